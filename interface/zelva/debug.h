@@ -1,0 +1,24 @@
+/**
+ * What only libzelva-core-test has, for programs that test a store by looking at its files.
+ */
+#ifndef ZELVA_DEBUG_H
+#define ZELVA_DEBUG_H
+
+#include <zelva/core.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/**
+ * The settings folder (settings.h), without a separator at its end. Creates the folder if need be, so that the
+ * caller can put a store's file into it; if that fails, the path is returned all the same. The string belongs to the
+ * library, stays valid until the process ends, and is the same at every call. NULL when there is no memory.
+ */
+ZELVA_CORE_API const char* zelva_core_debug_get_setting_path(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,244 @@
+/**
+ * The settings store: typed values under keys, kept in a text file, one line a key.
+ *
+ * A program has at most one settings store open. The conventions at the top of core.h hold for every function.
+ *
+ * Keys. A key is a string that is not empty, holds no '=' and no line feed, has no space or tab at either end, and
+ * does not begin with '#' or ';' (a line that begins so is a comment). Names that begin with "DEFAULT_" belong to
+ * the store: every operation refuses them, and no list holds them. The operations that write refuse any other name
+ * with ZELVA_CORE_STATUS_INVALID_PARAMS; for those that read such a key is merely not present.
+ *
+ * Types. A key keeps its type for as long as it exists. It gets another one by being deleted and written anew.
+ *
+ * Defaults. A key may have a default beside its value, of the same type. The first write of a key, whether it sets
+ * the value or the default, gives it both. From then on the two are written separately. Deleting a key deletes its
+ * default too.
+ *
+ * Statuses. Every function decides in this order: NULL arguments, "DEFAULT_" names and unacceptable names and
+ * values (ZELVA_CORE_STATUS_INVALID_PARAMS), a store that is not open (ZELVA_CORE_STATUS_NOT_INITIALIZED), an absent
+ * key (ZELVA_CORE_STATUS_SETTING_NOT_PRESENT), a key of another type (ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE),
+ * then what the work itself may meet: ZELVA_CORE_STATUS_IO_FAILED, when the file could not be written, and
+ * ZELVA_CORE_STATUS_ALLOC_FAILED, when there is no memory. ZELVA_CORE_STATUS_NO_ERROR is success.
+ *
+ * Files. The store of the name N is the file N in the settings folder: the folder that the environment variable
+ * ZELVA_CORE_SETTINGS_DIR names (ignored in set-user-ID programs); without it /var/lib/zelva/settings for root, and
+ * for anyone else zelva/settings in $XDG_CONFIG_HOME, or in ~/.config. The library creates the folder when it first
+ * needs it. A write that succeeds is in the file before the function returns.
+ */
+#ifndef ZELVA_SETTINGS_H
+#define ZELVA_SETTINGS_H
+
+#include <zelva/core.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/**
+ * Opens the settings store of this name and reads its file. A file that does not exist yet is an empty store; the
+ * first write creates it. Lines that are neither a comment nor a well-formed entry are passed over, and stay.
+ *
+ * @param name one path component of 1 to 200 bytes: no '/', no line feed, not beginning with '.'. Names that begin
+ *     with "CONFIG_" are those of configuration files and are refused.
+ * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_INVALID_PARAMS for NULL or a refused name;
+ *     ZELVA_CORE_STATUS_ALLOC_FAILED when a settings store is open already (it stays open, whatever the name) or
+ *     there is no memory; ZELVA_CORE_STATUS_IO_FAILED when there is a file and it cannot be read, or there is
+ *     something else in its place.
+ */
+ZELVA_CORE_API zelva_core_status zelva_core_settings_init(const char* name);
+
+/**
+ * Closes the settings store. Everything that was written is in the file already.
+ *
+ * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_NOT_INITIALIZED when none is open.
+ */
+ZELVA_CORE_API zelva_core_status zelva_core_settings_deinit(void);
+
+/**
+ * @name Get
+ *
+ * Hands out the value of `key`. A string or JSON text is a new one, freed with free(); JSON comes in its canonical
+ * form. An array is a new value array (core.h), freed with zelva_core_free_*_array; `length`, which may be NULL,
+ * receives its number of elements.
+ *
+ * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_INVALID_PARAMS when `key` or `value` is NULL or `key` begins
+ *     with "DEFAULT_"; ZELVA_CORE_STATUS_NOT_INITIALIZED; ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
+ *     ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE, also between string and JSON, and between an array and its elements;
+ *     ZELVA_CORE_STATUS_ALLOC_FAILED.
+ * @{
+ */
+ZELVA_CORE_API zelva_core_status zelva_core_settings_get_string_value(const char* key, char** value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_get_json_value(const char* key, char** value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_get_int_value(const char* key, int* value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_get_bool_value(const char* key, bool* value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_get_double_value(const char* key, double* value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_get_arrayofstring_value(const char* key, char*** value,
+                                                                             int* length);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_get_arrayofint_value(const char* key, int*** value, int* length);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_get_arrayofbool_value(const char* key, bool*** value, int* length);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_get_arrayofdouble_value(const char* key, double*** value,
+                                                                             int* length);
+/** @} */
+
+/**
+ * @name Get the default
+ *
+ * Hands out the default of `key`, as the get of the same type hands out its value.
+ *
+ * @return as get; ZELVA_CORE_STATUS_SETTING_NOT_PRESENT when the key is absent, and also when the key is there and
+ *     has no default.
+ * @{
+ */
+ZELVA_CORE_API zelva_core_status zelva_core_settings_get_default_string_value(const char* key, char** value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_get_default_json_value(const char* key, char** value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_get_default_int_value(const char* key, int* value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_get_default_bool_value(const char* key, bool* value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_get_default_double_value(const char* key, double* value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_get_default_arrayofstring_value(const char* key, char*** value,
+                                                                                     int* length);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_get_default_arrayofint_value(const char* key, int*** value,
+                                                                                  int* length);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_get_default_arrayofbool_value(const char* key, bool*** value,
+                                                                                   int* length);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_get_default_arrayofdouble_value(const char* key, double*** value,
+                                                                                     int* length);
+/** @} */
+
+/**
+ * @name Set
+ *
+ * Gives `key` a value. A key that is absent is created, with the same value as its default. The default of a key
+ * that exists stays as it is. Arrays are value arrays (core.h), as long as their first NULL says; an empty one is a
+ * value like any other. What the store cannot read back unchanged it refuses: a string with a line feed, a text that
+ * is not JSON, a number that is not finite, an array string with a line feed or with a space or tab at either end.
+ *
+ * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_INVALID_PARAMS when `key` or `value` is NULL, the name is
+ *     not one of a key, or the value is refused, whatever the store holds; ZELVA_CORE_STATUS_NOT_INITIALIZED;
+ *     ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE when the key exists with another type; ZELVA_CORE_STATUS_IO_FAILED;
+ *     ZELVA_CORE_STATUS_ALLOC_FAILED.
+ * @{
+ */
+ZELVA_CORE_API zelva_core_status zelva_core_settings_set_string_value(const char* key, const char* value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_set_json_value(const char* key, const char* value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_set_int_value(const char* key, int value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_set_bool_value(const char* key, bool value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_set_double_value(const char* key, double value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_set_arrayofstring_value(const char* key, char** value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_set_arrayofint_value(const char* key, int** value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_set_arrayofbool_value(const char* key, bool** value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_set_arrayofdouble_value(const char* key, double** value);
+/** @} */
+
+/**
+ * @name Set the default
+ *
+ * Gives `key` a default. A key that is absent is created, with the default as its value. The value of a key that
+ * exists stays as it is.
+ *
+ * @return as set.
+ * @{
+ */
+ZELVA_CORE_API zelva_core_status zelva_core_settings_set_default_string_value(const char* key, const char* value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_set_default_json_value(const char* key, const char* value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_set_default_int_value(const char* key, int value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_set_default_bool_value(const char* key, bool value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_set_default_double_value(const char* key, double value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_set_default_arrayofstring_value(const char* key, char** value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_set_default_arrayofint_value(const char* key, int** value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_set_default_arrayofbool_value(const char* key, bool** value);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_set_default_arrayofdouble_value(const char* key, double** value);
+/** @} */
+
+/**
+ * @name Copy
+ *
+ * Gives `newKey` the value of `oldKey`, as a set would: a `newKey` that is absent is created with that value as its
+ * value and its default; one that exists keeps its default. `oldKey` stays as it is. To rename a key, copy it and
+ * delete the old one.
+ *
+ * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_INVALID_PARAMS when a key is NULL or begins with "DEFAULT_",
+ *     or `newKey` is not the name of a key; ZELVA_CORE_STATUS_NOT_INITIALIZED; ZELVA_CORE_STATUS_SETTING_NOT_PRESENT
+ *     when `oldKey` is absent; ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE when either key holds another type;
+ *     ZELVA_CORE_STATUS_IO_FAILED; ZELVA_CORE_STATUS_ALLOC_FAILED.
+ * @{
+ */
+ZELVA_CORE_API zelva_core_status zelva_core_settings_copy_string_key(const char* oldKey, const char* newKey);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_copy_json_key(const char* oldKey, const char* newKey);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_copy_int_key(const char* oldKey, const char* newKey);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_copy_bool_key(const char* oldKey, const char* newKey);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_copy_double_key(const char* oldKey, const char* newKey);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_copy_arrayofstring_key(const char* oldKey, const char* newKey);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_copy_arrayofint_key(const char* oldKey, const char* newKey);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_copy_arrayofbool_key(const char* oldKey, const char* newKey);
+ZELVA_CORE_API zelva_core_status zelva_core_settings_copy_arrayofdouble_key(const char* oldKey, const char* newKey);
+/** @} */
+
+/**
+ * Whether the store holds `key`.
+ *
+ * @return false also for NULL, for a name that begins with "DEFAULT_", and when no store is open.
+ */
+ZELVA_CORE_API bool zelva_core_settings_does_key_exist(const char* key);
+
+/**
+ * Tells the type of a key.
+ *
+ * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_INVALID_PARAMS when `key` or `type` is NULL or `key` begins
+ *     with "DEFAULT_"; ZELVA_CORE_STATUS_NOT_INITIALIZED; ZELVA_CORE_STATUS_SETTING_NOT_PRESENT.
+ */
+ZELVA_CORE_API zelva_core_status zelva_core_settings_get_type(const char* key, zelva_core_settings_type* type);
+
+/**
+ * Removes a key, its value and its default, from the store and from the file. The name is then free for a key of any
+ * type.
+ *
+ * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_INVALID_PARAMS when `key` is NULL or begins with "DEFAULT_";
+ *     ZELVA_CORE_STATUS_NOT_INITIALIZED; ZELVA_CORE_STATUS_SETTING_NOT_PRESENT; ZELVA_CORE_STATUS_IO_FAILED;
+ *     ZELVA_CORE_STATUS_ALLOC_FAILED.
+ */
+ZELVA_CORE_API zelva_core_status zelva_core_settings_delete_key(const char* key);
+
+/**
+ * Lists the keys of the store, each once, in no particular order.
+ *
+ * @return a new array of strings (core.h), freed with zelva_core_free_string_array; empty when the store is. NULL
+ *     when no store is open or there is no memory.
+ */
+ZELVA_CORE_API char** zelva_core_settings_get_all_keys(void);
+
+/**
+ * Lists the keys that begin with the bytes of `prefix`, each once, in no particular order. The empty prefix lists all.
+ *
+ * @return a new array of strings (core.h), freed with zelva_core_free_string_array; empty when no key matches. NULL
+ *     when `prefix` is NULL, no store is open or there is no memory.
+ */
+ZELVA_CORE_API char** zelva_core_settings_get_keys_starting_with(const char* prefix);
+
+/**
+ * Announces the version of the settings that this program expects, and tells which version they were last brought
+ * to, so that the program can migrate them. The version is kept as the int key "Version", and only ever rises.
+ *
+ * @param oldVersion receives the version that the settings had: that of the file; 0 for settings from before there
+ *     were versions; `newVersion` when there are no settings at all, and so nothing to migrate.
+ * @param newVersion 1 to INT_MAX. Stored when it is higher than the version of the file.
+ * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_INVALID_PARAMS when `oldVersion` is NULL or `newVersion` is
+ *     out of range; ZELVA_CORE_STATUS_NOT_INITIALIZED; ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE when the file holds a
+ *     "Version" that is not an int; ZELVA_CORE_STATUS_IO_FAILED; ZELVA_CORE_STATUS_ALLOC_FAILED.
+ */
+ZELVA_CORE_API zelva_core_status zelva_core_settings_get_and_set_version(unsigned int* oldVersion,
+                                                                         unsigned int newVersion);
+
+/**
+ * Tells both versions of the last successful zelva_core_settings_get_and_set_version since the store was opened: the
+ * one that the settings had, and the one that was announced, also when it was lower and therefore not stored.
+ *
+ * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_INVALID_PARAMS when a pointer is NULL or no version has been
+ *     announced; ZELVA_CORE_STATUS_NOT_INITIALIZED.
+ */
+ZELVA_CORE_API zelva_core_status zelva_core_settings_get_versions(unsigned int* oldVersion, unsigned int* newVersion);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
