@@ -1,0 +1,95 @@
+// Start and stop of the library, its stores, and the value arrays.
+#include <zelva/core.h>
+
+#include <cstring>
+
+#include "api/crossing.h"
+#include "api/stores.h"
+#include "file/paths.h"
+
+namespace zelva::api {
+
+// Never destroyed, so that a thread or a static object that still uses a store at the end of the process can.
+store::SettingsStore& settings() {
+    static auto& store = *new store::SettingsStore;
+    return store;
+}
+
+store::Store& configuration() {
+    static auto& store = *new store::ConfigurationStore;
+    return store;
+}
+
+char* new_element(const std::string& text) {
+    char* element = strdup(text.c_str());
+    if (element == nullptr) {
+        throw std::bad_alloc();
+    }
+    return element;
+}
+
+namespace {
+
+/// A value array for the caller, its slots pointing to elements that are zero. NULL when there is no memory.
+template <class Element>
+Element** allocate_array(unsigned n) {
+    try {
+        ArrayOwner<Element> array(allocate_slots<Element>(n));
+        for (unsigned i = 0; i < n; ++i) {
+            array.get()[i] = new_element(Element());
+        }
+        return array.release();
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+}  // namespace
+
+}  // namespace zelva::api
+
+using namespace zelva;
+
+zelva_core_status zelva_core_init(void) {
+    return api::guarded([] {
+        file::settings_directory();
+        api::settings();
+        api::configuration();
+        return ZELVA_CORE_STATUS_NO_ERROR;
+    });
+}
+
+zelva_core_status zelva_core_deinit(void) {
+    return api::guarded([] {
+        api::settings().close();
+        api::configuration().close();
+        return ZELVA_CORE_STATUS_NO_ERROR;
+    });
+}
+
+char** zelva_core_alloc_string_array(unsigned n) {
+    // Its slots stay empty: strings have no size that would be known here.
+    return static_cast<char**>(std::calloc(std::size_t{n} + 1, sizeof(char*)));
+}
+int** zelva_core_alloc_int_array(unsigned n) {
+    return api::allocate_array<int>(n);
+}
+bool** zelva_core_alloc_bool_array(unsigned n) {
+    return api::allocate_array<bool>(n);
+}
+double** zelva_core_alloc_double_array(unsigned n) {
+    return api::allocate_array<double>(n);
+}
+
+void zelva_core_free_string_array(char** array) {
+    api::free_array(array);
+}
+void zelva_core_free_int_array(int** array) {
+    api::free_array(array);
+}
+void zelva_core_free_bool_array(bool** array) {
+    api::free_array(array);
+}
+void zelva_core_free_double_array(double** array) {
+    api::free_array(array);
+}

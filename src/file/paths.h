@@ -1,0 +1,23 @@
+// Where the stores' files are. Every name of a file or folder is made here.
+#pragma once
+
+#include <zelva/core.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace zelva::file {
+
+enum class Kind { settings, configuration };
+
+/// The path of a store's file; nothing when the store cannot have this name.
+std::optional<std::string> store_path(Kind kind, std::string_view name);
+
+/// The settings folder: an absolute path without a separator at its end, determined at the first call.
+const std::string& settings_directory();
+
+/// Makes sure that the settings folder exists.
+zelva_core_status create_settings_directory();
+
+}  // namespace zelva::file

@@ -1,0 +1,204 @@
+#include "file/store_file.h"
+
+#include <fcntl.h>
+#include <limits.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+#include "file/paths.h"
+#include "file/system.h"
+
+namespace zelva::file {
+
+namespace {
+
+constexpr mode_t new_file_mode = S_IRUSR | S_IWUSR;
+
+/// What is known of a file that has been read. One that does not exist reads as empty.
+struct Contents {
+    bool exists = false;
+    struct stat attributes {};
+    std::string text;
+};
+
+/// Reads a file. 0, also when it does not exist, or the errno of what failed.
+int read_file(const std::string& path, Contents& contents) {
+    // Without O_NONBLOCK the open would wait for the other end of a FIFO.
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (!file.is_open()) {
+        return errno == ENOENT ? 0 : errno;
+    }
+    if (fstat(file.number(), &contents.attributes) != 0) {
+        return errno;
+    }
+    if (!S_ISREG(contents.attributes.st_mode)) {
+        return EINVAL;
+    }
+    contents.exists = true;
+    return read_all(file.number(), contents.text);
+}
+
+/// Calls `use` with each line of a text, without its line feed. A last line without one counts too.
+template <class Use>
+void for_each_line(std::string_view text, Use&& use) {
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        use(text.substr(0, end));
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+}
+
+/// The text of the file after the changes.
+std::string changed_text(std::string_view text, const std::vector<Change>& changes) {
+    struct Line {
+        std::string_view text;
+        const Change* change;
+    };
+    std::vector<Line> lines;
+    std::vector<std::size_t> last_line(changes.size(), SIZE_MAX);
+    for_each_line(text, [&](std::string_view line) {
+        const auto entry = read_line(line);
+        const auto change = std::find_if(changes.begin(), changes.end(), [&entry](const Change& candidate) {
+            return entry && entry->key == candidate.key;
+        });
+        if (change != changes.end()) {
+            last_line[static_cast<std::size_t>(change - changes.begin())] = lines.size();
+        }
+        lines.push_back({line, change == changes.end() ? nullptr : &*change});
+    });
+
+    std::string changed;
+    changed.reserve(text.size());
+    const auto write_change = [&changed](const Change& change) {
+        if (change.value) {
+            write_line(change.key, *change.value, changed);
+        }
+    };
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        if (lines[i].change == nullptr) {
+            changed += lines[i].text;
+            changed += '\n';
+        } else if (last_line[static_cast<std::size_t>(lines[i].change - changes.data())] == i) {
+            write_change(*lines[i].change);
+        }
+    }
+    for (std::size_t i = 0; i < changes.size(); ++i) {
+        if (last_line[i] == SIZE_MAX) {
+            write_change(changes[i]);
+        }
+    }
+    return changed;
+}
+
+/// The file that a path leads to: links followed, also one whose target does not exist yet. Nothing for links in a
+/// circle or that cannot be read.
+std::optional<std::string> real_path(std::string path) {
+    constexpr int most_links = 40;
+    for (int links = 0; links < most_links; ++links) {
+        std::string target(PATH_MAX, '\0');
+        const ssize_t size = readlink(path.c_str(), target.data(), target.size());
+        if (size < 0) {
+            return errno == EINVAL || errno == ENOENT ? std::optional(path) : std::nullopt;
+        }
+        target.resize(static_cast<std::size_t>(size));
+        path = target[0] == '/' ? target : path.substr(0, path.rfind('/') + 1) + target;
+    }
+    return std::nullopt;
+}
+
+/// A file under construction beside the one that it is to replace. Unless it does so, it disappears with its object.
+class Replacement {
+  public:
+    explicit Replacement(std::string path)
+        : path_(std::move(path)),
+          temporary_(directory() + '.' + path_.substr(path_.rfind('/') + 1) + ".XXXXXX"),
+          file_(mkostemp(temporary_.data(), O_CLOEXEC)),
+          open_error_(file_.is_open() ? 0 : errno) {}
+    Replacement(const Replacement&) = delete;
+    Replacement& operator=(const Replacement&) = delete;
+    ~Replacement() {
+        if (file_.is_open() && !replaced_) {
+            unlink(temporary_.c_str());
+        }
+    }
+
+    /// Gives the file its content and the mode and owner of the one it replaces, brings it to the disk and puts it in
+    /// place. 0, or the errno of what failed.
+    int replace(const Contents& old, std::string_view text) {
+        if (open_error_ != 0) {
+            return open_error_;
+        }
+        if (old.exists && fchown(file_.number(), old.attributes.st_uid, old.attributes.st_gid) != 0) {
+            return errno;
+        }
+        const mode_t mode = old.exists ? old.attributes.st_mode & ALLPERMS : new_file_mode;
+        if (fchmod(file_.number(), mode) != 0) {
+            return errno;
+        }
+        if (const int error = write_all(file_.number(), text)) {
+            return error;
+        }
+        if (fsync(file_.number()) != 0 || rename(temporary_.c_str(), path_.c_str()) != 0) {
+            return errno;
+        }
+        replaced_ = true;
+        const Descriptor folder(open(directory().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        return folder.is_open() && fsync(folder.number()) == 0 ? 0 : errno;
+    }
+
+  private:
+    std::string directory() const { return path_.substr(0, path_.rfind('/') + 1); }
+
+    std::string path_;
+    std::string temporary_;
+    Descriptor file_;
+    int open_error_;
+    bool replaced_ = false;
+};
+
+}  // namespace
+
+zelva_core_status StoreFile::load(const std::function<void(Entry)>& use) const {
+    Contents contents;
+    if (const int error = read_file(path_, contents)) {
+        return status_of(error);
+    }
+    if (!contents.exists) {
+        return ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
+    }
+    for_each_line(contents.text, [&use](std::string_view line) {
+        if (auto entry = read_line(line)) {
+            use(*std::move(entry));
+        }
+    });
+    return ZELVA_CORE_STATUS_NO_ERROR;
+}
+
+zelva_core_status StoreFile::apply(const std::vector<Change>& changes) const {
+    if (const zelva_core_status status = create_settings_directory()) {
+        return status;
+    }
+    const std::optional<std::string> path = real_path(path_);
+    if (!path) {
+        return ZELVA_CORE_STATUS_IO_FAILED;
+    }
+    // The file is read anew, so that what a person has changed in it meanwhile stays.
+    Contents old;
+    if (const int error = read_file(*path, old)) {
+        return status_of(error);
+    }
+    const std::string text = changed_text(old.text, changes);
+    if (const int error = Replacement(*path).replace(old, text)) {
+        return status_of(error);
+    }
+    return ZELVA_CORE_STATUS_NO_ERROR;
+}
+
+}  // namespace zelva::file

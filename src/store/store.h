@@ -1,0 +1,136 @@
+// The rules of keys, types, defaults and versions.
+//
+// A store holds its file's entries in memory. A key's default is an entry like any other, under the key's name with
+// "DEFAULT_" before it; names that begin so are reserved: no operation takes them, and no list holds them.
+//
+// Any thread may call any member function at any time.
+#pragma once
+
+#include <zelva/core.h>
+
+#include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <shared_mutex>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "file/paths.h"
+#include "file/store_file.h"
+#include "value/value.h"
+
+namespace zelva::store {
+
+using value::Type;
+using value::Value;
+
+/// The two entries that a key can have.
+enum class Slot { value, default_value };
+
+/// The version that the settings had, and the one that the program announced.
+struct Versions {
+    unsigned stored;
+    unsigned announced;
+};
+
+/// What the two stores share: a file that has been read, and its entries.
+class Store {
+  public:
+    Store(const Store&) = delete;
+    Store& operator=(const Store&) = delete;
+
+    /// Reads the store's file. INVALID_PARAMS for a refused name and for a configuration without a file;
+    /// ALLOC_FAILED when the store is open.
+    zelva_core_status open(std::string_view name);
+
+    zelva_core_status close();
+
+    /// Calls `use` with the value in one slot of a key, of type T. `use` may throw; it runs under the store's lock and
+    /// must not call the store.
+    template <class T, class Use>
+    zelva_core_status read(std::string_view key, Slot slot, Use&& use) const {
+        const std::shared_lock lock(memory_);
+        const Value* found = nullptr;
+        const zelva_core_status status = find(key, slot, value::type_for<T>, found);
+        if (status == ZELVA_CORE_STATUS_NO_ERROR) {
+            std::forward<Use>(use)(std::get<T>(*found));
+        }
+        return status;
+    }
+
+    bool contains(std::string_view key) const;
+
+  protected:
+    using Entries = std::map<std::string, Value, std::less<>>;
+
+    /// What there is for as long as the store is open.
+    struct Contents {
+        file::StoreFile file;
+        Entries entries;
+        std::optional<Versions> versions;  // since the first announcement
+    };
+
+    explicit Store(file::Kind kind) : kind_(kind) {}
+    ~Store() = default;
+
+    /// Finds the entry in a slot of a key of the given type. REQUIRES: memory_ or writing_ is held.
+    zelva_core_status find(std::string_view key, Slot slot, Type type, const Value*& found) const;
+
+    /// The entry of this name, if there is one. REQUIRES: the store is open; memory_ or writing_ is held.
+    const Value* find(std::string_view name) const;
+
+    /// Held by who opens, closes or changes the store, also while waiting for the disk.
+    std::mutex writing_;
+    /// Guards contents_ between readers and the holder of writing_. Never held while waiting for the disk, so that a
+    /// reader does not wait for it either.
+    mutable std::shared_mutex memory_;
+    std::optional<Contents> contents_;  // has a value while the store is open
+
+  private:
+    const file::Kind kind_;
+};
+
+/// The configuration store: a store that nobody writes.
+class ConfigurationStore : public Store {
+  public:
+    ConfigurationStore() : Store(file::Kind::configuration) {}
+};
+
+/// The settings store: a store that is written.
+class SettingsStore : public Store {
+  public:
+    SettingsStore() : Store(file::Kind::settings) {}
+
+    /// Gives a key a value, or a default. A key that is absent gets both.
+    zelva_core_status write(std::string_view key, Slot slot, Value value);
+
+    /// Gives `new_key` the value of `old_key`, which is of the given type, as write does.
+    zelva_core_status copy(Type type, std::string_view old_key, std::string_view new_key);
+
+    /// Removes a key and its default.
+    zelva_core_status remove(std::string_view key);
+
+    zelva_core_status type(std::string_view key, Type& type) const;
+
+    /// Calls `use` with each key that begins with `prefix`, under the store's lock.
+    zelva_core_status list(std::string_view prefix, const std::function<void(const std::string&)>& use) const;
+
+    /// Announces a version, and stores it if it is higher than the stored one.
+    zelva_core_status announce_version(unsigned announced, unsigned& stored);
+
+    /// The versions of the last announcement since the store was opened; INVALID_PARAMS when there was none.
+    zelva_core_status versions(unsigned& stored, unsigned& announced) const;
+
+  private:
+    /// Writes a value that has been judged. REQUIRES: writing_ is held.
+    zelva_core_status put(std::string_view key, Slot slot, Value value);
+
+    /// Makes the changes in the file and then in memory, or not at all. REQUIRES: writing_ is held.
+    zelva_core_status commit(std::vector<file::Change> changes);
+};
+
+}  // namespace zelva::store
