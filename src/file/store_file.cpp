@@ -118,9 +118,10 @@ class Replacement {
   public:
     explicit Replacement(std::string path)
         : path_(std::move(path)),
-          temporary_(directory() + '.' + path_.substr(path_.rfind('/') + 1) + ".XXXXXX"),
+          folder_(open(folder_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
+          temporary_(folder_path() + '.' + path_.substr(path_.rfind('/') + 1) + ".XXXXXX"),
           file_(mkostemp(temporary_.data(), O_CLOEXEC)),
-          open_error_(file_.is_open() ? 0 : errno) {}
+          open_error_(folder_.is_open() && file_.is_open() ? 0 : errno) {}
     Replacement(const Replacement&) = delete;
     Replacement& operator=(const Replacement&) = delete;
     ~Replacement() {
@@ -130,7 +131,7 @@ class Replacement {
     }
 
     /// Gives the file its content and the mode and owner of the one it replaces, brings it to the disk and puts it in
-    /// place. 0, or the errno of what failed.
+    /// place. 0, or the errno of what failed. Takes no memory: nothing but the disk can fail once it is in place.
     int replace(const Contents& old, std::string_view text) {
         if (open_error_ != 0) {
             return open_error_;
@@ -149,14 +150,14 @@ class Replacement {
             return errno;
         }
         replaced_ = true;
-        const Descriptor folder(open(directory().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        return folder.is_open() && fsync(folder.number()) == 0 ? 0 : errno;
+        return fsync(folder_.number()) == 0 ? 0 : errno;
     }
 
   private:
-    std::string directory() const { return path_.substr(0, path_.rfind('/') + 1); }
+    std::string folder_path() const { return path_.substr(0, path_.rfind('/') + 1); }
 
     std::string path_;
+    Descriptor folder_;
     std::string temporary_;
     Descriptor file_;
     int open_error_;

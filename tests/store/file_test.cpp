@@ -1,0 +1,268 @@
+// The file of a store: what a write leaves in it, where it is, and what can stand in its way.
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+
+#include "support.h"
+
+using namespace std::string_literals;
+namespace fs = std::filesystem;
+
+namespace {
+
+mode_t mode_of(const std::string& path) {
+    struct stat attributes {};
+    BOOST_REQUIRE_EQUAL(0, lstat(path.c_str(), &attributes));
+    return attributes.st_mode & 07777U;
+}
+
+std::size_t files_in_folder() {
+    return static_cast<std::size_t>(std::distance(fs::directory_iterator(Folder::path()), fs::directory_iterator()));
+}
+
+/// Runs `body` in a child process as a user without privileges; whether it returned true.
+template <class Body>
+bool as_nobody(Body&& body) {
+    const pid_t child = fork();
+    if (child == 0) {
+        constexpr uid_t nobody = 65534;
+        const bool is_root = geteuid() == 0;
+        const bool passed = (!is_root || setresuid(nobody, nobody, nobody) == 0) && body();
+        _exit(passed ? 0 : 1);
+    }
+    int status = -1;
+    BOOST_REQUIRE_EQUAL(child, waitpid(child, &status, 0));
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+}  // namespace
+
+BOOST_AUTO_TEST_SUITE(file)
+
+BOOST_AUTO_TEST_CASE(each_type_is_written_in_its_one_form) {
+    const OpenStore store;
+    for (const TypeFunctions& type : types()) {
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set_default(type.name, type.first));
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set(type.name, type.second));
+    }
+    BOOST_CHECK_EQUAL(
+        "DEFAULT_string = Sone\nstring = Stwo\n"
+        "DEFAULT_json = J{ \"a\" : 1 }\njson = J[ true ]\n"
+        "DEFAULT_int = I7\nint = I-8\n"
+        "DEFAULT_bool = BTRUE\nbool = BFALSE\n"
+        "DEFAULT_double = D0.1\ndouble = D-2.5e+300\n"
+        "DEFAULT_arrayofstring = ASa,b\\,c,\narrayofstring = AS \n"
+        "DEFAULT_arrayofint = AI1,-2\narrayofint = AI\n"
+        "DEFAULT_arrayofbool = ABTRUE,FALSE\narrayofbool = ABFALSE\n"
+        "DEFAULT_arrayofdouble = AD0.5,1e-07\narrayofdouble = AD3.023\n",
+        OpenStore::file());
+}
+
+BOOST_AUTO_TEST_CASE(a_write_changes_its_own_line_and_leaves_every_other_byte) {
+    const OpenStore store(
+        "# a comment\n"
+        "\n"
+        "a=I1\n"
+        "k   =   I 1 and more\n"
+        "rejected\r\n"
+        "; another\n"
+        "= I9\n"
+        "b\t= Sx");
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set_default("b", "y"s));
+    BOOST_CHECK_EQUAL(
+        "# a comment\n"
+        "\n"
+        "a=I1\n"
+        "k = I2\n"
+        "rejected\r\n"
+        "; another\n"
+        "= I9\n"
+        "b\t= Sx\n"
+        "DEFAULT_b = Sy\n",
+        OpenStore::file());
+}
+
+BOOST_AUTO_TEST_CASE(a_write_leaves_one_line_of_a_key_that_had_several) {
+    const OpenStore store("k = Sone\nother = I1\nk = I2\n");
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 3));
+    BOOST_CHECK_EQUAL("other = I1\nk = I3\n", OpenStore::file());
+}
+
+BOOST_AUTO_TEST_CASE(a_write_keeps_what_a_person_has_changed_in_the_file_meanwhile) {
+    const OpenStore store("k = I1\n");
+    write_file(store_path(), "# mine\nk = I1\nnew = Sline\n");
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    BOOST_CHECK_EQUAL("# mine\nk = I2\nnew = Sline\n", OpenStore::file());
+}
+
+BOOST_AUTO_TEST_CASE(a_write_after_a_damaged_end_of_the_file_is_read_back) {
+    const OpenStore store("a = I1\n"s + std::string(100, '\0'));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    OpenStore::restart();
+    BOOST_CHECK_EQUAL(Value(2), value_of("k"));
+    BOOST_CHECK_EQUAL(Value(1), value_of("a"));
+}
+
+BOOST_AUTO_TEST_CASE(the_first_write_creates_the_file_for_its_owner_alone) {
+    fs::remove(store_path("new"));
+    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("new"));
+    BOOST_CHECK(!fs::exists(store_path("new")));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 1));
+    BOOST_CHECK_EQUAL(0600U, mode_of(store_path("new")));
+    zelva_core_settings_deinit();
+    fs::remove(store_path("new"));
+}
+
+BOOST_AUTO_TEST_CASE(the_folder_is_created_for_its_owner_alone_when_it_is_first_needed) {
+    fs::remove_all(Folder::path());
+    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+    BOOST_CHECK(!fs::exists(Folder::path()));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 1));
+    BOOST_CHECK_EQUAL(0700U, mode_of(Folder::path()));
+    BOOST_CHECK_EQUAL("DEFAULT_k = I1\nk = I1\n", OpenStore::file());
+    zelva_core_settings_deinit();
+    fs::remove(store_path());
+}
+
+BOOST_AUTO_TEST_CASE(a_write_keeps_the_file_s_mode_and_owner) {
+    const OpenStore store("k = I1\n");
+    BOOST_REQUIRE_EQUAL(0, chmod(store_path().c_str(), 0640));
+    const bool is_root = geteuid() == 0;
+    if (is_root) {
+        BOOST_REQUIRE_EQUAL(0, chown(store_path().c_str(), 1234, 1235));
+    }
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    struct stat attributes {};
+    BOOST_REQUIRE_EQUAL(0, stat(store_path().c_str(), &attributes));
+    BOOST_CHECK_EQUAL(0640U, attributes.st_mode & 07777U);
+    if (is_root) {
+        BOOST_CHECK_EQUAL(1234U, attributes.st_uid);
+        BOOST_CHECK_EQUAL(1235U, attributes.st_gid);
+    }
+}
+
+BOOST_AUTO_TEST_CASE(a_symbolic_link_stays_one_and_its_target_is_written) {
+    const std::string elsewhere = Folder::path() + "/elsewhere";
+    fs::create_directory(elsewhere);
+    for (const bool target_exists : {true, false}) {
+        fs::remove(store_path());
+        fs::remove(elsewhere + "/target");
+        fs::create_symlink("elsewhere/link", store_path());
+        fs::remove(elsewhere + "/link");
+        fs::create_symlink("target", elsewhere + "/link");
+        if (target_exists) {
+            write_file(elsewhere + "/target", "k = I1\n");
+        }
+        BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+        BOOST_CHECK_EQUAL(target_exists, zelva_core_settings_does_key_exist("k"));
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set_default("k", 2));
+        BOOST_CHECK(fs::is_symlink(store_path()));
+        BOOST_CHECK(fs::is_symlink(elsewhere + "/link"));
+        BOOST_CHECK_EQUAL(target_exists ? "k = I1\nDEFAULT_k = I2\n" : "DEFAULT_k = I2\nk = I2\n",
+                          read_file(elsewhere + "/target"));
+        zelva_core_settings_deinit();
+    }
+    fs::remove(store_path());
+    fs::create_symlink("test", store_path());
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_settings_init("test"));
+    fs::remove(store_path());
+    fs::remove_all(elsewhere);
+}
+
+BOOST_AUTO_TEST_CASE(what_is_no_file_is_refused) {
+    fs::create_directory(store_path("folder"));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_settings_init("folder"));
+    BOOST_REQUIRE_EQUAL(0, mkfifo(store_path("fifo").c_str(), 0600));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_settings_init("fifo"));
+    fs::create_symlink("/dev/null", store_path("device"));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_settings_init("device"));
+    fs::create_directory(configuration_path("folder"));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_configuration_init("folder"));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NOT_INITIALIZED, zelva_core_settings_deinit());
+    for (const std::string& path :
+         {store_path("folder"), store_path("fifo"), store_path("device"), configuration_path("folder")}) {
+        fs::remove(path);
+    }
+}
+
+BOOST_AUTO_TEST_CASE(a_write_that_fails_changes_nothing_and_leaves_no_file_behind) {
+    const OpenStore store("k = I1\n");
+    const std::size_t files = files_in_folder();
+    // A folder has taken the file's place.
+    fs::remove(store_path());
+    fs::create_directory(store_path());
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 2));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("new", 2));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_settings_delete_key("k"));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_settings_copy_int_key("k", "new"));
+    unsigned old_version = 99;
+    unsigned new_version = 99;
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_settings_get_and_set_version(&old_version, 1));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_INVALID_PARAMS, zelva_core_settings_get_versions(&old_version, &new_version));
+    BOOST_CHECK_EQUAL(99U, old_version);
+    BOOST_CHECK_EQUAL(Value(1), value_of("k"));
+    BOOST_CHECK(keys() == Strings{"k"});
+    BOOST_CHECK_EQUAL(files, files_in_folder());
+    // Nothing is lost once the place is free again.
+    fs::remove(store_path());
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("new", 2));
+    BOOST_CHECK_EQUAL("DEFAULT_new = I2\nnew = I2\n", OpenStore::file());
+}
+
+BOOST_AUTO_TEST_CASE(a_folder_that_cannot_be_written_gives_a_store_that_reads) {
+    const OpenStore store("k = I1\n");
+    BOOST_REQUIRE_EQUAL(0, chmod(store_path().c_str(), 0444));
+    BOOST_REQUIRE_EQUAL(0, chmod(Folder::path().c_str(), 0555));
+    BOOST_CHECK(as_nobody([] {
+        OpenStore::restart();
+        return value_of("k") == Value(1) && set("k", 2) == ZELVA_CORE_STATUS_IO_FAILED && value_of("k") == Value(1);
+    }));
+    BOOST_CHECK_EQUAL("k = I1\n", OpenStore::file());
+    BOOST_REQUIRE_EQUAL(0, chmod(Folder::path().c_str(), 0700));
+}
+
+BOOST_AUTO_TEST_CASE(a_file_that_cannot_be_read_is_not_an_empty_store) {
+    write_file(store_path(), "k = I1\n");
+    write_file(configuration_path(), "k = I1\n");
+    BOOST_REQUIRE_EQUAL(0, chmod(Folder::path().c_str(), 0755));
+    BOOST_REQUIRE_EQUAL(0, chmod(store_path().c_str(), 0));
+    BOOST_REQUIRE_EQUAL(0, chmod(configuration_path().c_str(), 0));
+    BOOST_CHECK(as_nobody([] {
+        return zelva_core_settings_init("test") == ZELVA_CORE_STATUS_IO_FAILED &&
+               zelva_core_configuration_init("test") == ZELVA_CORE_STATUS_IO_FAILED;
+    }));
+    fs::remove(store_path());
+    fs::remove(configuration_path());
+}
+
+BOOST_AUTO_TEST_CASE(store_names_are_one_path_component_that_is_not_hidden) {
+    for (const std::string& name :
+         {"a"s, "test"s, "a b"s, "config_a"s, "CONFIG"s, "#"s, "a."s, "\xC3\xA9"s, std::string(200, 'n')}) {
+        BOOST_TEST_CONTEXT("name: " << shown(name)) {
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init(name.c_str()));
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 1));
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_deinit());
+            BOOST_CHECK_EQUAL("DEFAULT_k = I1\nk = I1\n", read_file(store_path(name)));
+            fs::rename(store_path(name), configuration_path(name));
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_configuration_init(name.c_str()));
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_configuration_deinit());
+            fs::remove(configuration_path(name));
+        }
+    }
+    for (const std::string& name :
+         {""s, "."s, ".."s, ".a"s, "/"s, "a/b"s, "/tmp/a"s, "../a"s, "a/"s, "a\nb"s, "\n"s, std::string(201, 'n')}) {
+        BOOST_TEST_CONTEXT("name: " << shown(name)) {
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_INVALID_PARAMS, zelva_core_settings_init(name.c_str()));
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_INVALID_PARAMS, zelva_core_configuration_init(name.c_str()));
+        }
+    }
+    for (const char* name : {"CONFIG_", "CONFIG_test"}) {
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_INVALID_PARAMS, zelva_core_settings_init(name));
+    }
+}
+
+BOOST_AUTO_TEST_SUITE_END()

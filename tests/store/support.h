@@ -1,0 +1,94 @@
+// What the store's own tests share: a settings folder of their own, files written by hand, and the functions of the
+// interface by type, so that a rule that holds for all nine types is tested in one loop.
+#pragma once
+
+#define BOOST_TEST_DYN_LINK
+#include <zelva/configuration.h>
+#include <zelva/settings.h>
+
+#include <boost/test/unit_test.hpp>
+#include <functional>
+#include <ostream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "value/value.h"
+
+using zelva::value::Json;
+using zelva::value::Value;
+using Strings = std::vector<std::string>;
+using Ints = std::vector<int>;
+using Bools = std::vector<bool>;
+using Doubles = std::vector<double>;
+
+/// The settings folder of the running test program: new, empty, and removed at its end. Made before the library is
+/// first called.
+class Folder {
+  public:
+    Folder();
+    ~Folder();
+    static const std::string& path();
+};
+
+std::string store_path(const std::string& name = "test");
+std::string configuration_path(const std::string& name = "test");
+void write_file(const std::string& path, const std::string& text);
+std::string read_file(const std::string& path);
+
+/// Turns NULs and other bytes that a report would lose into escapes.
+std::string shown(const std::string& text);
+
+/// The store "test", opened on a file with this text.
+class OpenStore {
+  public:
+    explicit OpenStore(const std::string& text = "");
+    ~OpenStore();
+    OpenStore(const OpenStore&) = delete;
+    OpenStore& operator=(const OpenStore&) = delete;
+
+    static void restart();
+    static std::string file() { return read_file(store_path()); }
+};
+
+/// What a get gives: a status, and the value when it is ZELVA_CORE_STATUS_NO_ERROR.
+struct Got {
+    zelva_core_status status;
+    Value value;
+};
+
+/// The functions of one type. A NULL is passed on where the key is nullptr.
+struct TypeFunctions {
+    std::string name;
+    zelva_core_settings_type type;
+    Value first;  // two values of the type
+    Value second;
+
+    std::function<Got(const char* key)> get;
+    std::function<Got(const char* key)> get_default;
+    std::function<Got(const char* key)> get_configuration;
+    std::function<zelva_core_status(const char* key, const Value&)> set;
+    std::function<zelva_core_status(const char* key, const Value&)> set_default;
+    std::function<zelva_core_status(const char*, const char*)> copy;
+};
+
+/// The nine types, in the order of their numbers.
+const std::vector<TypeFunctions>& types();
+
+/// Reads a key with the get of the type that it has.
+Got get(const std::string& key);
+Got get_default(const std::string& key);
+
+/// Sets a key with the set of the value's type.
+zelva_core_status set(const std::string& key, const Value& value);
+zelva_core_status set_default(const std::string& key, const Value& value);
+
+Strings keys(const std::string& prefix = "");
+
+/// The value that a get hands out; a failed check when it hands out none.
+Value value_of(const std::string& key);
+
+namespace zelva::value {
+/// For the reports of failed checks.
+std::ostream& boost_test_print_type(std::ostream& out, const Value& value);
+}  // namespace zelva::value
