@@ -9,15 +9,29 @@
 
 namespace zelva::api {
 
-// Never destroyed, so that a thread or a static object that still uses a store at the end of the process can.
+namespace {
+
+/// An object that is never destroyed, so that a thread or a static object that still uses it when the process ends can.
+template <class T>
+union Immortal {
+    Immortal() : object() {}
+    Immortal(const Immortal&) = delete;
+    Immortal& operator=(const Immortal&) = delete;
+    ~Immortal() {}
+
+    T object;
+};
+
+}  // namespace
+
 store::SettingsStore& settings() {
-    static auto& store = *new store::SettingsStore;
-    return store;
+    static Immortal<store::SettingsStore> store;
+    return store.object;
 }
 
-store::Store& configuration() {
-    static auto& store = *new store::ConfigurationStore;
-    return store;
+store::ConfigurationStore& configuration() {
+    static Immortal<store::ConfigurationStore> store;
+    return store.object;
 }
 
 char* new_element(const std::string& text) {

@@ -9,9 +9,9 @@
 
 namespace zelva::api {
 
-/// The stores live as long as the process: programs may use them until its very end.
+/// The stores live as long as the process: programs may use them until its very end. To get one takes no memory.
 store::SettingsStore& settings();
-store::Store& configuration();
+store::ConfigurationStore& configuration();
 
 /// Runs the body of a function of the interface: nothing that it throws gets out. What it can throw is want of memory.
 template <class Body>

@@ -95,7 +95,8 @@ std::optional<std::string> store_path(Kind kind, std::string_view name) {
 }
 
 const std::string& settings_directory() {
-    static const std::string directory = absolute_directory();
+    // Never destroyed: the stores may be used until the process ends.
+    static const std::string& directory = *new std::string(absolute_directory());
     return directory;
 }
 

@@ -2,6 +2,8 @@
 // operation says so, hands out nothing, and leaves the store and its file as they were.
 //
 // A program of its own, since it stands in for the C library's allocation functions.
+#include <sys/wait.h>
+#include <unistd.h>
 #include <zelva/accessors.hpp>
 
 #include <cerrno>
@@ -126,6 +128,36 @@ std::string all_types() {
 }  // namespace
 
 BOOST_AUTO_TEST_SUITE(memory)
+
+// Stands first, since it needs a process that has not called the library yet.
+BOOST_AUTO_TEST_CASE(the_first_call_of_a_process_may_find_no_memory) {
+    int number = 0;
+    const std::vector<std::function<zelva_core_status()>> calls{
+        [] { return zelva_core_init(); },
+        [] { return zelva_core_deinit(); },
+        [] { return zelva_core_settings_init("test"); },
+        [] { return zelva_core_configuration_init("test"); },
+        [&number] { return zelva_core_settings_get_int_value("k", &number); },
+        [&number] { return zelva_core_configuration_get_int_value("k", &number); },
+    };
+    for (const auto& call : calls) {
+        for (std::size_t n = 1;; ++n) {
+            const pid_t child = fork();
+            if (child == 0) {
+                zelva_core_status status{};
+                const bool failed = call_with_failure(n, [&] { status = call(); });
+                _exit(!failed ? 0 : status == ZELVA_CORE_STATUS_ALLOC_FAILED ? 1 : 2);
+            }
+            int status = -1;
+            BOOST_REQUIRE_EQUAL(child, waitpid(child, &status, 0));
+            BOOST_REQUIRE(WIFEXITED(status));
+            BOOST_REQUIRE_NE(2, WEXITSTATUS(status));
+            if (WEXITSTATUS(status) == 0) {
+                break;
+            }
+        }
+    }
+}
 
 BOOST_AUTO_TEST_CASE(a_get_that_finds_no_memory_hands_out_nothing) {
     const OpenStore store(all_types());
