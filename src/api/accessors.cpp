@@ -15,7 +15,6 @@ namespace {
 
 using api::Json;
 using api::Slot;
-using Strings = std::vector<std::string>;
 
 template <class T>
 const T& plain(const T& value) {
@@ -122,13 +121,13 @@ zelva_core_status settingsSetDefaultIntVector(const char* key, const std::vector
 }
 
 zelva_core_status settingsGetStringVector(const char* key, std::vector<std::string>& value) {
-    return get<Strings>(Slot::value, key, value);
+    return get<std::vector<std::string>>(Slot::value, key, value);
 }
 zelva_core_status settingsSetStringVector(const char* key, const std::vector<std::string>& value) {
     return set(Slot::value, key, value);
 }
 zelva_core_status settingsGetDefaultStringVector(const char* key, std::vector<std::string>& value) {
-    return get<Strings>(Slot::default_value, key, value);
+    return get<std::vector<std::string>>(Slot::default_value, key, value);
 }
 zelva_core_status settingsSetDefaultStringVector(const char* key, const std::vector<std::string>& value) {
     return set(Slot::default_value, key, value);

@@ -22,16 +22,41 @@ union Immortal {
     T object;
 };
 
+/// Both stores, and their locks around fork().
+struct Stores {
+    // Where there is no memory for the handlers, forking is what it is without them.
+    Stores() { pthread_atfork(before_fork, after_fork, after_fork); }
+
+    static void before_fork();
+    static void after_fork();
+
+    store::SettingsStore settings;
+    store::ConfigurationStore configuration;
+};
+
+Stores& stores() {
+    static Immortal<Stores> stores;
+    return stores.object;
+}
+
+void Stores::before_fork() {
+    stores().settings.before_fork();
+    stores().configuration.before_fork();
+}
+
+void Stores::after_fork() {
+    stores().configuration.after_fork();
+    stores().settings.after_fork();
+}
+
 }  // namespace
 
 store::SettingsStore& settings() {
-    static Immortal<store::SettingsStore> store;
-    return store.object;
+    return stores().settings;
 }
 
 store::ConfigurationStore& configuration() {
-    static Immortal<store::ConfigurationStore> store;
-    return store.object;
+    return stores().configuration;
 }
 
 char* new_element(const std::string& text) {

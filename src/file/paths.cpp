@@ -1,5 +1,6 @@
 #include "file/paths.h"
 
+#include <fcntl.h>
 #include <pwd.h>
 #include <stdlib.h>
 #include <sys/stat.h>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "file/system.h"
+#include "value/text.h"
 
 namespace zelva::file {
 
@@ -21,10 +23,6 @@ constexpr std::size_t longest_name = 200;
 constexpr const char* system_directory = "/var/lib/zelva/settings";
 constexpr const char* user_directory = "/zelva/settings";
 
-bool begins_with(std::string_view text, std::string_view prefix) {
-    return text.substr(0, prefix.size()) == prefix;
-}
-
 /// The value of an environment variable; empty when it is not set, and in set-user-ID programs, whose environment
 /// their caller chooses.
 std::string environment(const char* name) {
@@ -32,18 +30,27 @@ std::string environment(const char* name) {
     return value == nullptr ? std::string() : std::string(value);
 }
 
-std::string home_directory() {
-    std::string home = environment("HOME");
-    if (!home.empty()) {
-        return home;
+[[noreturn]] void fail(int error, const char* what) {
+    throw std::system_error(error, std::generic_category(), what);
+}
+
+/// The home folder that the user database names; empty when it does not know the user.
+std::string home_of_user() {
+    for (std::vector<char> buffer(1024);; buffer.resize(buffer.size() * 2)) {
+        passwd entry{};
+        passwd* found = nullptr;
+        const int error = getpwuid_r(geteuid(), &entry, buffer.data(), buffer.size(), &found);
+        if (error == 0) {
+            return found == nullptr ? std::string() : std::string(found->pw_dir);
+        }
+        if (error != ERANGE && error != EINTR) {
+            fail(error, "user database");
+        }
     }
-    std::vector<char> buffer(16384);
-    passwd entry{};
-    passwd* found = nullptr;
-    if (getpwuid_r(geteuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr) {
-        home = found->pw_dir;
-    }
-    return home;
+}
+
+bool is_absolute(const std::string& path) {
+    return value::begins_with(path, "/");
 }
 
 std::string chosen_directory() {
@@ -54,25 +61,44 @@ std::string chosen_directory() {
     if (geteuid() == 0) {
         return system_directory;
     }
-    // A relative path in this variable is to be ignored (XDG Base Directory Specification).
+    // The folders that these two variables name are to be absolute, and to be ignored if they are not.
     const std::string config = environment("XDG_CONFIG_HOME");
-    if (begins_with(config, "/")) {
+    if (is_absolute(config)) {
         return config + user_directory;
     }
-    const std::string home = home_directory();
-    return home.empty() ? system_directory : home + "/.config" + user_directory;
+    std::string home = environment("HOME");
+    if (!is_absolute(home)) {
+        home = home_of_user();
+    }
+    return is_absolute(home) ? home + "/.config" + user_directory : system_directory;
 }
 
 /// Absolute, so that the stores stay where they are when the program changes its working directory.
 std::string absolute_directory() {
     std::error_code error;
-    const std::string chosen = chosen_directory();
-    const auto path = std::filesystem::absolute(chosen, error);
-    std::string directory = error ? chosen : path.string();
+    std::string directory = std::filesystem::absolute(chosen_directory(), error).string();
+    if (error) {
+        fail(error.value(), "working directory");
+    }
     while (directory.size() > 1 && directory.back() == '/') {
         directory.pop_back();
     }
     return directory;
+}
+
+bool exists(const std::string& path) {
+    struct stat attributes {};
+    return stat(path.c_str(), &attributes) == 0;
+}
+
+/// Makes a folder in one that exists, and brings its entry there to the disk. 0, or the errno of what failed.
+int make_folder(const std::string& path, mode_t mode) {
+    const std::string parent = path.substr(0, path.rfind('/') + 1);
+    if (mkdir(path.c_str(), mode) != 0) {
+        return errno == EEXIST ? 0 : errno;
+    }
+    const Descriptor folder(open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return folder.is_open() ? sync_folder(folder.number()) : errno;
 }
 
 }  // namespace
@@ -83,7 +109,7 @@ std::optional<std::string> store_path(Kind kind, std::string_view name) {
         name.find_first_of("/\n") != std::string_view::npos) {
         return std::nullopt;
     }
-    if (kind == Kind::settings && begins_with(name, configuration_prefix)) {
+    if (kind == Kind::settings && value::begins_with(name, configuration_prefix)) {
         return std::nullopt;
     }
     std::string path = settings_directory() + '/';
@@ -102,18 +128,21 @@ const std::string& settings_directory() {
 
 zelva_core_status create_settings_directory() {
     const std::string& directory = settings_directory();
-    const auto exists = [](const std::string& path) {
-        struct stat attributes {};
-        return stat(path.c_str(), &attributes) == 0;
-    };
     if (exists(directory)) {
         return ZELVA_CORE_STATUS_NO_ERROR;
     }
+    constexpr mode_t private_mode = S_IRWXU;
+    constexpr mode_t public_mode = S_IRWXU | S_IRGRP | S_IXGRP | S_IROTH | S_IXOTH;
+    // Root's folders lead to other users' files as well.
+    const mode_t parent_mode = geteuid() == 0 ? public_mode : private_mode;
     for (std::size_t end = 0; end != std::string::npos;) {
         end = directory.find('/', end + 1);
         const std::string part = directory.substr(0, end);
-        if (!exists(part) && mkdir(part.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
-            return status_of(errno);
+        if (exists(part)) {
+            continue;
+        }
+        if (const int error = make_folder(part, end == std::string::npos ? private_mode : parent_mode)) {
+            return status_of(error);
         }
     }
     return ZELVA_CORE_STATUS_NO_ERROR;

@@ -7,8 +7,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
-#include <memory>
 #include <string_view>
 #include <utility>
 
@@ -28,10 +28,11 @@ struct Contents {
     std::string text;
 };
 
-/// Reads a file. 0, also when it does not exist, or the errno of what failed.
-int read_file(const std::string& path, Contents& contents) {
+/// Reads a file, opened as `access` says (O_RDONLY, O_RDWR). 0, also when it does not exist, or the errno of what
+/// failed.
+int read_file(const std::string& path, int access, Contents& contents) {
     // Without O_NONBLOCK the open would wait for the other end of a FIFO.
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const Descriptor file(open(path.c_str(), access | O_CLOEXEC | O_NONBLOCK));
     if (!file.is_open()) {
         return errno == ENOENT ? 0 : errno;
     }
@@ -97,41 +98,43 @@ std::string changed_text(std::string_view text, const std::vector<Change>& chang
     return changed;
 }
 
-/// The file that a path leads to: links followed, also one whose target does not exist yet. Nothing for links in a
-/// circle or that cannot be read.
-std::optional<std::string> real_path(std::string path) {
+/// Makes `path` that of the file to which it leads: links followed, also one whose target does not exist yet. 0, or the
+/// errno of what failed.
+int follow_links(std::string& path) {
     constexpr int most_links = 40;
     for (int links = 0; links < most_links; ++links) {
         std::string target(PATH_MAX, '\0');
         const ssize_t size = readlink(path.c_str(), target.data(), target.size());
         if (size < 0) {
-            return errno == EINVAL || errno == ENOENT ? std::optional(path) : std::nullopt;
+            return errno == EINVAL || errno == ENOENT ? 0 : errno;
         }
         target.resize(static_cast<std::size_t>(size));
         path = target[0] == '/' ? target : path.substr(0, path.rfind('/') + 1) + target;
     }
-    return std::nullopt;
+    return ELOOP;
 }
 
-/// A file under construction beside the one that it is to replace. Unless it does so, it disappears with its object.
+/// A file under construction beside the one that it is to replace. At the end of the object it is gone, or else the
+/// file that it has replaced.
 class Replacement {
   public:
     explicit Replacement(std::string path)
         : path_(std::move(path)),
-          folder_(open(folder_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
-          temporary_(folder_path() + '.' + path_.substr(path_.rfind('/') + 1) + ".XXXXXX"),
+          folder_path_(path_.substr(0, path_.rfind('/') + 1)),
+          folder_(open(folder_path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
+          temporary_(folder_path_ + ".zelva-XXXXXX"),
           file_(mkostemp(temporary_.data(), O_CLOEXEC)),
           open_error_(folder_.is_open() && file_.is_open() ? 0 : errno) {}
     Replacement(const Replacement&) = delete;
     Replacement& operator=(const Replacement&) = delete;
     ~Replacement() {
-        if (file_.is_open() && !replaced_) {
+        if (file_.is_open()) {
             unlink(temporary_.c_str());
         }
     }
 
     /// Gives the file its content and the mode and owner of the one it replaces, brings it to the disk and puts it in
-    /// place. 0, or the errno of what failed. Takes no memory: nothing but the disk can fail once it is in place.
+    /// place. 0, or the errno of what failed; then the old file is in place. Takes no memory.
     int replace(const Contents& old, std::string_view text) {
         if (open_error_ != 0) {
             return open_error_;
@@ -146,29 +149,41 @@ class Replacement {
         if (const int error = write_all(file_.number(), text)) {
             return error;
         }
-        if (fsync(file_.number()) != 0 || rename(temporary_.c_str(), path_.c_str()) != 0) {
+        if (fsync(file_.number()) != 0) {
             return errno;
         }
-        replaced_ = true;
-        return fsync(folder_.number()) == 0 ? 0 : errno;
+        // The two files change places, so that they can change back; but for file systems that cannot do that.
+        const unsigned flags = old.exists ? RENAME_EXCHANGE : RENAME_NOREPLACE;
+        if (rename(flags) != 0 && (errno != EINVAL || rename(0) != 0)) {
+            return errno;
+        }
+        if (const int error = sync_folder(folder_.number())) {
+            if (old.exists) {
+                rename(RENAME_EXCHANGE);
+            } else {
+                unlink(path_.c_str());
+            }
+            return error;
+        }
+        return 0;
     }
 
   private:
-    std::string folder_path() const { return path_.substr(0, path_.rfind('/') + 1); }
+    int rename(unsigned flags) const { return renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, path_.c_str(), flags); }
 
-    std::string path_;
-    Descriptor folder_;
+    const std::string path_;
+    const std::string folder_path_;
+    const Descriptor folder_;
     std::string temporary_;
-    Descriptor file_;
-    int open_error_;
-    bool replaced_ = false;
+    const Descriptor file_;
+    const int open_error_;
 };
 
 }  // namespace
 
 zelva_core_status StoreFile::load(const std::function<void(Entry)>& use) const {
     Contents contents;
-    if (const int error = read_file(path_, contents)) {
+    if (const int error = read_file(path_, O_RDONLY, contents)) {
         return status_of(error);
     }
     if (!contents.exists) {
@@ -186,17 +201,18 @@ zelva_core_status StoreFile::apply(const std::vector<Change>& changes) const {
     if (const zelva_core_status status = create_settings_directory()) {
         return status;
     }
-    const std::optional<std::string> path = real_path(path_);
-    if (!path) {
-        return ZELVA_CORE_STATUS_IO_FAILED;
+    std::string path = path_;
+    if (const int error = follow_links(path)) {
+        return status_of(error);
     }
-    // The file is read anew, so that what a person has changed in it meanwhile stays.
+    // The file is read anew, so that what a person has changed in it meanwhile stays. One that its owner has made
+    // read-only is not to be replaced, hence the access.
     Contents old;
-    if (const int error = read_file(*path, old)) {
+    if (const int error = read_file(path, O_RDWR, old)) {
         return status_of(error);
     }
     const std::string text = changed_text(old.text, changes);
-    if (const int error = Replacement(*path).replace(old, text)) {
+    if (const int error = Replacement(path).replace(old, text)) {
         return status_of(error);
     }
     return ZELVA_CORE_STATUS_NO_ERROR;

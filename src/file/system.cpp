@@ -8,6 +8,10 @@ zelva_core_status status_of(int error) {
     return error == ENOMEM ? ZELVA_CORE_STATUS_ALLOC_FAILED : ZELVA_CORE_STATUS_IO_FAILED;
 }
 
+int sync_folder(int descriptor) {
+    return fsync(descriptor) == 0 || errno == EINVAL ? 0 : errno;
+}
+
 int read_all(int descriptor, std::string& out) {
     constexpr std::size_t step = 65536;
     for (;;) {

@@ -6,7 +6,6 @@
 
 #include <string>
 #include <string_view>
-#include <utility>
 
 namespace zelva::file {
 
@@ -18,10 +17,8 @@ zelva_core_status status_of(int error);
 class Descriptor {
   public:
     explicit Descriptor(int number) : number_(number) {}
-    Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
-    Descriptor& operator=(Descriptor&&) = delete;
     ~Descriptor() {
         if (is_open()) {
             close(number_);
@@ -32,8 +29,11 @@ class Descriptor {
     int number() const { return number_; }
 
   private:
-    int number_;
+    const int number_;
 };
+
+/// Brings a folder's entries to the disk. 0, or the errno of what failed; 0 also on a file system that cannot do that.
+int sync_folder(int descriptor);
 
 /// Reads a file to its end. 0, or the errno of what failed.
 int read_all(int descriptor, std::string& out);

@@ -10,16 +10,10 @@ namespace zelva::store {
 namespace {
 
 constexpr std::string_view default_prefix = "DEFAULT_";
-/// The first name in order after all that begin with default_prefix.
-constexpr std::string_view after_default_prefix = "DEFAULT`";
 constexpr std::string_view version_key = "Version";
 
-bool begins_with(std::string_view text, std::string_view prefix) {
-    return text.substr(0, prefix.size()) == prefix;
-}
-
 bool is_reserved(std::string_view name) {
-    return begins_with(name, default_prefix);
+    return value::begins_with(name, default_prefix);
 }
 
 bool can_be_written(std::string_view key) {
@@ -74,8 +68,18 @@ zelva_core_status Store::close() {
     return ZELVA_CORE_STATUS_NO_ERROR;
 }
 
+void Store::before_fork() {
+    writing_.lock();
+    memory_.lock();
+}
+
+void Store::after_fork() {
+    memory_.unlock();
+    writing_.unlock();
+}
+
 bool Store::contains(std::string_view key) const {
-    const std::shared_lock lock(memory_);
+    const std::lock_guard lock(memory_);
     return contents_ && !is_reserved(key) && find(key) != nullptr;
 }
 
@@ -188,7 +192,7 @@ zelva_core_status SettingsStore::type(std::string_view key, Type& type) const {
     if (is_reserved(key)) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
-    const std::shared_lock lock(memory_);
+    const std::lock_guard lock(memory_);
     if (!contents_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;
     }
@@ -202,18 +206,15 @@ zelva_core_status SettingsStore::type(std::string_view key, Type& type) const {
 
 zelva_core_status SettingsStore::list(std::string_view prefix,
                                       const std::function<void(const std::string&)>& use) const {
-    const std::shared_lock lock(memory_);
+    const std::lock_guard lock(memory_);
     if (!contents_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;
     }
     const Entries& entries = contents_->entries;
-    auto entry = entries.lower_bound(prefix);
-    while (entry != entries.end() && begins_with(entry->first, prefix)) {
-        if (is_reserved(entry->first)) {
-            entry = entries.lower_bound(after_default_prefix);
-        } else {
+    for (auto entry = entries.lower_bound(prefix); entry != entries.end() && value::begins_with(entry->first, prefix);
+         ++entry) {
+        if (!is_reserved(entry->first)) {
             use(entry->first);
-            ++entry;
         }
     }
     return ZELVA_CORE_STATUS_NO_ERROR;
@@ -247,7 +248,7 @@ zelva_core_status SettingsStore::announce_version(unsigned announced, unsigned& 
 }
 
 zelva_core_status SettingsStore::versions(unsigned& stored, unsigned& announced) const {
-    const std::shared_lock lock(memory_);
+    const std::lock_guard lock(memory_);
     if (!contents_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;
     }

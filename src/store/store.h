@@ -12,7 +12,6 @@
 #include <map>
 #include <mutex>
 #include <optional>
-#include <shared_mutex>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -53,7 +52,7 @@ class Store {
     /// must not call the store.
     template <class T, class Use>
     zelva_core_status read(std::string_view key, Slot slot, Use&& use) const {
-        const std::shared_lock lock(memory_);
+        const std::lock_guard lock(memory_);
         const Value* found = nullptr;
         const zelva_core_status status = find(key, slot, value::type_for<T>, found);
         if (status == ZELVA_CORE_STATUS_NO_ERROR) {
@@ -63,6 +62,11 @@ class Store {
     }
 
     bool contains(std::string_view key) const;
+
+    /// Around fork(), so that the child does not find the store in the middle of another thread's change, nor its locks
+    /// held by a thread that the child does not have.
+    void before_fork();
+    void after_fork();
 
   protected:
     using Entries = std::map<std::string, Value, std::less<>>;
@@ -86,8 +90,9 @@ class Store {
     /// Held by who opens, closes or changes the store, also while waiting for the disk.
     std::mutex writing_;
     /// Guards contents_ between readers and the holder of writing_. Never held while waiting for the disk, so that a
-    /// reader does not wait for it either.
-    mutable std::shared_mutex memory_;
+    /// reader does not wait for it either. Not a reader-writer lock: its readers, if there are many, keep a writer
+    /// waiting for seconds.
+    mutable std::mutex memory_;
     std::optional<Contents> contents_;  // has a value while the store is open
 
   private:

@@ -7,16 +7,13 @@
 #include <vector>
 
 #include "value/number.h"
+#include "value/text.h"
 
 namespace zelva::value {
 
 namespace {
 
 constexpr std::uint32_t invalid = 0xFFFFFFFF;
-
-bool is_digit(char c) {
-    return c >= '0' && c <= '9';
-}
 
 bool is_high_surrogate(std::uint32_t unit) {
     return unit >= 0xD800 && unit <= 0xDBFF;
@@ -114,7 +111,7 @@ class Canonicalizer {
     }
 
     bool literal(std::string_view word) {
-        if (rest_.substr(0, word.size()) != word) {
+        if (!begins_with(rest_, word)) {
             return false;
         }
         rest_.remove_prefix(word.size());

@@ -11,10 +11,6 @@ namespace zelva::value {
 
 namespace {
 
-bool is_digit(char c) {
-    return c >= '0' && c <= '9';
-}
-
 /// `text` without the '+' that std::from_chars does not take. A second sign after it stays no number.
 std::string_view without_plus(std::string_view text) {
     if (text.size() > 1 && text[0] == '+' && text[1] != '-') {

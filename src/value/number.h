@@ -7,6 +7,10 @@
 
 namespace zelva::value {
 
+inline bool is_digit(char c) {
+    return c >= '0' && c <= '9';
+}
+
 /// Reads the decimal integer that `text` begins with, sign allowed; what follows its digits is ignored. Nothing when
 /// there is no digit or the number is out of the range of int.
 std::optional<int> read_int(std::string_view text);

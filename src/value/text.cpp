@@ -157,7 +157,7 @@ struct Text<std::vector<Element>> {
 /// Reads a value of type T if the text has its tag; whether it had.
 template <class T>
 bool read_tagged(std::string_view text, std::optional<Value>& value) {
-    if (text.substr(0, Text<T>::tag.size()) != Text<T>::tag) {
+    if (!begins_with(text, Text<T>::tag)) {
         return false;
     }
     if (auto read = Text<T>::read(text.substr(Text<T>::tag.size()))) {

@@ -28,6 +28,10 @@ void write_value(const Value& value, std::string& out);
 /// Whether the value can be written on one line and read back unchanged.
 bool is_storable(const Value& value);
 
+inline bool begins_with(std::string_view text, std::string_view prefix) {
+    return text.substr(0, prefix.size()) == prefix;
+}
+
 /// `text` without the blanks at both ends.
 std::string_view trimmed(std::string_view text);
 
