@@ -4,7 +4,8 @@ include(CMakePackageConfigHelpers)
 
 install(TARGETS zelva-core zelva-interfaces EXPORT zelva-core
   LIBRARY NAMELINK_COMPONENT Unspecified
-  FILE_SET HEADERS)
+  FILE_SET HEADERS
+  FILE_SET debug_headers COMPONENT tests EXCLUDE_FROM_ALL)
 install(EXPORT zelva-core FILE zelva-core-config.cmake NAMESPACE zelva::
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zelva-core)
 write_basic_package_version_file(zelva-core-config-version.cmake COMPATIBILITY SameMinorVersion)

@@ -8,8 +8,9 @@
  *     out-parameters are untouched, nothing is handed out and the store is as it was.
  *  2. What a function hands out belongs to the caller: a string is freed with free(), an array with the
  *     zelva_core_free_*_array function of its element type. What the caller passes stays the caller's.
- *  3. Strings are NUL-terminated bytes; the library gives them no encoding of their own.
- *  4. Every function may be called from any thread at any time, without a lock of the caller's.
+ *  3. Strings are NUL-terminated bytes, in whatever encoding; only JSON texts are UTF-8.
+ *  4. Every function may be called from any thread at any time, without a lock of the caller's, and in a child after
+ *     fork(). A thread that is cancelled ends when the function returns.
  *  5. No function throws or ends the process, also when memory runs out.
  */
 #ifndef ZELVA_CORE_H
@@ -62,10 +63,11 @@ typedef enum zelva_core_settings_type {
 } zelva_core_settings_type;
 
 /**
- * Starts the library. The stores can be opened without it, but a program that calls it learns of a problem with
- * the environment here. May be called again while the library is started.
+ * Starts the library: finds the settings folder (settings.h). The stores can be opened without it, but a program that
+ * calls it learns of a problem with the environment here. May be called again while the library is started.
  *
- * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_ALLOC_FAILED when there is no memory.
+ * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_IO_FAILED when the system does not say where the folder is, for
+ *     want of a home or a working directory; ZELVA_CORE_STATUS_ALLOC_FAILED when there is no memory.
  */
 ZELVA_CORE_API zelva_core_status zelva_core_init(void);
 

@@ -13,7 +13,8 @@ extern "C" {
 /**
  * The settings folder (settings.h), without a separator at its end. Creates the folder if need be, so that the
  * caller can put a store's file into it; if that fails, the path is returned all the same. The string belongs to the
- * library, stays valid until the process ends, and is the same at every call. NULL when there is no memory.
+ * library, stays valid until the process ends, and is the same at every call. NULL when there is
+ * no memory or no such folder.
  */
 ZELVA_CORE_API const char* zelva_core_debug_get_setting_path(void);
 

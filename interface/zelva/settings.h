@@ -20,10 +20,20 @@
  * then what the work itself may meet: ZELVA_CORE_STATUS_IO_FAILED, when the file could not be written, and
  * ZELVA_CORE_STATUS_ALLOC_FAILED, when there is no memory. ZELVA_CORE_STATUS_NO_ERROR is success.
  *
+ * JSON. Any JSON text (RFC 8259) is taken, with one exception: control characters may stand in its strings as they
+ * are. It is handed out in one canonical form, on one line: "{ " members " }" and "[ " elements " ]" with ", " between
+ * them, " : " after a name, "{}" and "[]" when empty. Members keep their order, repeated names included. A number is
+ * the nearest double in 20 significant digits: 0.1 is 0.10000000000000000555, and integers above 2^53 are rounded. In
+ * strings, quotes, backslashes and \b \f \n \r \t \u0000 are escapes, a character of two or three bytes in UTF-8 is
+ * \u and four lower-case hexadecimal digits, and all else stands as itself: other control characters too, for which
+ * strict readers of JSON want an escape. Refused is what neither Unicode nor a double can hold: bytes that are not
+ * UTF-8, half a surrogate pair, a number beyond the largest double.
+ *
  * Files. The store of the name N is the file N in the settings folder: the folder that the environment variable
- * ZELVA_CORE_SETTINGS_DIR names (ignored in set-user-ID programs); without it /var/lib/zelva/settings for root, and
- * for anyone else zelva/settings in $XDG_CONFIG_HOME, or in ~/.config. The library creates the folder when it first
- * needs it. A write that succeeds is in the file before the function returns.
+ * ZELVA_CORE_SETTINGS_DIR names; without it /var/lib/zelva/settings for root, and for anyone else zelva/settings in
+ * $XDG_CONFIG_HOME, or in ~/.config, or, for a user without a home, root's folder. Set-user-ID programs do not look at
+ * the environment. The folder is chosen once in the life of a process, and created when it is first needed. A write
+ * that succeeds is in the file before the function returns.
  */
 #ifndef ZELVA_SETTINGS_H
 #define ZELVA_SETTINGS_H
@@ -216,7 +226,8 @@ ZELVA_CORE_API char** zelva_core_settings_get_keys_starting_with(const char* pre
 
 /**
  * Announces the version of the settings that this program expects, and tells which version they were last brought
- * to, so that the program can migrate them. The version is kept as the int key "Version", and only ever rises.
+ * to, so that the program can migrate them. The version is kept as the int key "Version", without a default. Announcing
+ * one only ever raises it; as a key like any other it can be set and deleted.
  *
  * @param oldVersion receives the version that the settings had: that of the file; 0 for settings from before there
  *     were versions; `newVersion` when there are no settings at all, and so nothing to migrate.
