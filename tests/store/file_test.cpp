@@ -23,12 +23,13 @@ std::size_t files_in_folder() {
     return static_cast<std::size_t>(std::distance(fs::directory_iterator(Folder::path()), fs::directory_iterator()));
 }
 
+constexpr uid_t nobody = 65534;
+
 /// Runs `body` in a child process as a user without privileges; whether it returned true.
 template <class Body>
 bool as_nobody(Body&& body) {
     const pid_t child = fork();
     if (child == 0) {
-        constexpr uid_t nobody = 65534;
         const bool is_root = geteuid() == 0;
         const bool passed = (!is_root || setresuid(nobody, nobody, nobody) == 0) && body();
         _exit(passed ? 0 : 1);
@@ -147,26 +148,28 @@ BOOST_AUTO_TEST_CASE(a_write_keeps_the_file_s_mode_and_owner) {
 
 BOOST_AUTO_TEST_CASE(a_symbolic_link_stays_one_and_its_target_is_written) {
     const std::string elsewhere = Folder::path() + "/elsewhere";
+    const std::string target = elsewhere + "/target";
     fs::create_directory(elsewhere);
-    for (const bool target_exists : {true, false}) {
-        fs::remove(store_path());
-        fs::remove(elsewhere + "/target");
-        fs::create_symlink("elsewhere/link", store_path());
-        fs::remove(elsewhere + "/link");
-        fs::create_symlink("target", elsewhere + "/link");
-        if (target_exists) {
-            write_file(elsewhere + "/target", "k = I1\n");
+    for (const bool is_absolute : {true, false}) {
+        for (const bool target_exists : {true, false}) {
+            fs::create_symlink("elsewhere/link", store_path());
+            fs::create_symlink(is_absolute ? target : "target", elsewhere + "/link");
+            if (target_exists) {
+                write_file(target, "k = I1\n");
+            }
+            BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+            BOOST_CHECK_EQUAL(target_exists, zelva_core_settings_does_key_exist("k"));
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set_default("k", 2));
+            BOOST_CHECK(fs::is_symlink(store_path()));
+            BOOST_CHECK(fs::is_symlink(elsewhere + "/link"));
+            BOOST_CHECK_EQUAL(target_exists ? "k = I1\nDEFAULT_k = I2\n" : "DEFAULT_k = I2\nk = I2\n",
+                              read_file(target));
+            zelva_core_settings_deinit();
+            for (const std::string& path : {store_path(), elsewhere + "/link", target}) {
+                fs::remove(path);
+            }
         }
-        BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
-        BOOST_CHECK_EQUAL(target_exists, zelva_core_settings_does_key_exist("k"));
-        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set_default("k", 2));
-        BOOST_CHECK(fs::is_symlink(store_path()));
-        BOOST_CHECK(fs::is_symlink(elsewhere + "/link"));
-        BOOST_CHECK_EQUAL(target_exists ? "k = I1\nDEFAULT_k = I2\n" : "DEFAULT_k = I2\nk = I2\n",
-                          read_file(elsewhere + "/target"));
-        zelva_core_settings_deinit();
     }
-    fs::remove(store_path());
     fs::create_symlink("test", store_path());
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_settings_init("test"));
     fs::remove(store_path());
@@ -222,6 +225,21 @@ BOOST_AUTO_TEST_CASE(a_folder_that_cannot_be_written_gives_a_store_that_reads) {
         return value_of("k") == Value(1) && set("k", 2) == ZELVA_CORE_STATUS_IO_FAILED && value_of("k") == Value(1);
     }));
     BOOST_CHECK_EQUAL("k = I1\n", OpenStore::file());
+    BOOST_REQUIRE_EQUAL(0, chmod(Folder::path().c_str(), 0700));
+}
+
+BOOST_AUTO_TEST_CASE(a_file_that_its_owner_has_made_read_only_is_not_written) {
+    const OpenStore store("k = I1\n");
+    BOOST_REQUIRE_EQUAL(0, chmod(Folder::path().c_str(), 0777));
+    if (geteuid() == 0) {
+        BOOST_REQUIRE_EQUAL(0, chown(store_path().c_str(), nobody, getegid()));
+    }
+    BOOST_REQUIRE_EQUAL(0, chmod(store_path().c_str(), 0444));
+    BOOST_CHECK(as_nobody([] { return set("k", 2) == ZELVA_CORE_STATUS_IO_FAILED && value_of("k") == Value(1); }));
+    BOOST_CHECK_EQUAL("k = I1\n", OpenStore::file());
+    BOOST_REQUIRE_EQUAL(0, chmod(store_path().c_str(), 0600));
+    BOOST_CHECK(as_nobody([] { return set("k", 2) == ZELVA_CORE_STATUS_NO_ERROR; }));
+    BOOST_CHECK_EQUAL("k = I2\n", OpenStore::file());
     BOOST_REQUIRE_EQUAL(0, chmod(Folder::path().c_str(), 0700));
 }
 

@@ -1,6 +1,13 @@
 // Prints the settings folder that the library chooses in this environment, without creating it.
 #include <iostream>
+#include <system_error>
 
 #include "file/paths.h"
 
-int main() { std::cout << zelva::file::settings_directory() << '\n'; }
+int main() {
+    try {
+        std::cout << zelva::file::settings_directory() << '\n';
+    } catch (const std::system_error&) {
+        std::cout << "none\n";
+    }
+}
