@@ -17,7 +17,7 @@
  * Statuses. Every function decides in this order: NULL arguments, "DEFAULT_" names and unacceptable names and
  * values (ZELVA_CORE_STATUS_INVALID_PARAMS), a store that is not open (ZELVA_CORE_STATUS_NOT_INITIALIZED), an absent
  * key (ZELVA_CORE_STATUS_SETTING_NOT_PRESENT), a key of another type (ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE),
- * then what the work itself may meet: ZELVA_CORE_STATUS_IO_FAILED, when the file could not be written, and
+ * then what the work itself may meet: ZELVA_CORE_STATUS_IO_FAILED, when the file could not be read or written, and
  * ZELVA_CORE_STATUS_ALLOC_FAILED, when there is no memory. ZELVA_CORE_STATUS_NO_ERROR is success.
  *
  * JSON. Any JSON text (RFC 8259) is taken, with one exception: control characters may stand in its strings as they
@@ -32,8 +32,13 @@
  * Files. The store of the name N is the file N in the settings folder: the folder that the environment variable
  * ZELVA_CORE_SETTINGS_DIR names; without it /var/lib/zelva/settings for root, and for anyone else zelva/settings in
  * $XDG_CONFIG_HOME, or in ~/.config, or, for a user without a home, root's folder. Set-user-ID programs do not look at
- * the environment. The folder is chosen once in the life of a process, and created when it is first needed. A write
- * that succeeds is in the file before the function returns.
+ * the environment. The folder is chosen once in the life of a process, and created when the first settings store is
+ * opened. A write that succeeds is in the file before the function returns.
+ *
+ * Programs. Several may have the same store open. What one has written, the next get of another sees; what a person
+ * has changed in the file, the next write finds, and zelva_core_settings_reload reads. When the file that has changed
+ * cannot be read again, a get or zelva_core_settings_get_type returns ZELVA_CORE_STATUS_IO_FAILED, a list is NULL, and
+ * no key exists.
  */
 #ifndef ZELVA_SETTINGS_H
 #define ZELVA_SETTINGS_H
@@ -65,6 +70,15 @@ ZELVA_CORE_API zelva_core_status zelva_core_settings_init(const char* name);
 ZELVA_CORE_API zelva_core_status zelva_core_settings_deinit(void);
 
 /**
+ * Reads the store's file again. What other programs write is seen without it; what a person changes with an editor is
+ * seen after it, or after the next write.
+ *
+ * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_NOT_INITIALIZED; ZELVA_CORE_STATUS_IO_FAILED when the file
+ * cannot be read; ZELVA_CORE_STATUS_ALLOC_FAILED. On failure the store holds what it held.
+ */
+ZELVA_CORE_API zelva_core_status zelva_core_settings_reload(void);
+
+/**
  * @name Get
  *
  * Hands out the value of `key`. A string or JSON text is a new one, freed with free(); JSON comes in its canonical
@@ -74,7 +88,7 @@ ZELVA_CORE_API zelva_core_status zelva_core_settings_deinit(void);
  * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_INVALID_PARAMS when `key` or `value` is NULL or `key` begins
  *     with "DEFAULT_"; ZELVA_CORE_STATUS_NOT_INITIALIZED; ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
  *     ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE, also between string and JSON, and between an array and its elements;
- *     ZELVA_CORE_STATUS_ALLOC_FAILED.
+ *     ZELVA_CORE_STATUS_IO_FAILED; ZELVA_CORE_STATUS_ALLOC_FAILED.
  * @{
  */
 ZELVA_CORE_API zelva_core_status zelva_core_settings_get_string_value(const char* key, char** value);

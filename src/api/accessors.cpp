@@ -26,7 +26,7 @@ const std::string& plain(const Json& json) {
 
 /// Copies what stands in a slot of `key` into the caller's object, which changes only when the copy is made.
 template <class T, class Object>
-zelva_core_status get(const store::Store& store, Slot slot, const char* key, Object& object) {
+zelva_core_status get(store::Store& store, Slot slot, const char* key, Object& object) {
     if (key == nullptr) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }

@@ -25,10 +25,11 @@ union Immortal {
 /// Both stores, and their locks around fork().
 struct Stores {
     // Where there is no memory for the handlers, forking is what it is without them.
-    Stores() { pthread_atfork(before_fork, after_fork, after_fork); }
+    Stores() { pthread_atfork(before_fork, after_fork_in_parent, after_fork_in_child); }
 
     static void before_fork();
-    static void after_fork();
+    static void after_fork_in_parent();
+    static void after_fork_in_child();
 
     store::SettingsStore settings;
     store::ConfigurationStore configuration;
@@ -44,9 +45,14 @@ void Stores::before_fork() {
     stores().configuration.before_fork();
 }
 
-void Stores::after_fork() {
-    stores().configuration.after_fork();
-    stores().settings.after_fork();
+void Stores::after_fork_in_parent() {
+    stores().configuration.after_fork_in_parent();
+    stores().settings.after_fork_in_parent();
+}
+
+void Stores::after_fork_in_child() {
+    stores().configuration.after_fork_in_child();
+    stores().settings.after_fork_in_child();
 }
 
 }  // namespace

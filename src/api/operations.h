@@ -24,7 +24,7 @@ constexpr bool is_null(const T& argument) {
 
 /// Hands out what stands in a slot of `key`. For arrays the last argument is the optional length.
 template <class T, class... Length>
-zelva_core_status get(const store::Store& store, Slot slot, const char* key, Out<T>* out, Length... length) {
+zelva_core_status get(store::Store& store, Slot slot, const char* key, Out<T>* out, Length... length) {
     if (key == nullptr || out == nullptr) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
@@ -50,7 +50,7 @@ zelva_core_status copy(const char* old_key, const char* new_key) {
     return guarded([&] { return settings().copy(value::type_for<T>, old_key, new_key); });
 }
 
-inline bool contains(const store::Store& store, const char* key) {
+inline bool contains(store::Store& store, const char* key) {
     bool found = false;
     guarded([&] {
         found = key != nullptr && store.contains(key);

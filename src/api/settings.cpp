@@ -16,6 +16,10 @@ zelva_core_status zelva_core_settings_deinit(void) {
     return guarded([] { return settings().close(); });
 }
 
+zelva_core_status zelva_core_settings_reload(void) {
+    return guarded([] { return settings().reload(); });
+}
+
 zelva_core_status zelva_core_settings_get_string_value(const char* key, char** value) {
     return get<std::string>(settings(), Slot::value, key, value);
 }

@@ -21,6 +21,7 @@ namespace {
 constexpr std::string_view configuration_prefix = "CONFIG_";
 constexpr std::size_t longest_name = 200;
 constexpr const char* system_directory = "/var/lib/zelva/settings";
+constexpr const char* shared_state_directory = "/.zelva";
 constexpr const char* user_directory = "/zelva/settings";
 
 /// The value of an environment variable; empty when it is not set, and in set-user-ID programs, whose environment
@@ -120,6 +121,12 @@ std::optional<std::string> store_path(Kind kind, std::string_view name) {
     return path;
 }
 
+std::string shared_state_path(std::string_view name) {
+    std::string path = settings_directory() + shared_state_directory + '/';
+    path += name;
+    return path;
+}
+
 const std::string& settings_directory() {
     // Never destroyed: the stores may be used until the process ends.
     static const std::string& directory = *new std::string(absolute_directory());
@@ -128,7 +135,8 @@ const std::string& settings_directory() {
 
 zelva_core_status create_settings_directory() {
     const std::string& directory = settings_directory();
-    if (exists(directory)) {
+    const std::string shared = directory + shared_state_directory;
+    if (exists(shared)) {
         return ZELVA_CORE_STATUS_NO_ERROR;
     }
     constexpr mode_t private_mode = S_IRWXU;
@@ -136,12 +144,12 @@ zelva_core_status create_settings_directory() {
     // Root's folders lead to other users' files as well.
     const mode_t parent_mode = geteuid() == 0 ? public_mode : private_mode;
     for (std::size_t end = 0; end != std::string::npos;) {
-        end = directory.find('/', end + 1);
-        const std::string part = directory.substr(0, end);
+        end = shared.find('/', end + 1);
+        const std::string part = shared.substr(0, end);
         if (exists(part)) {
             continue;
         }
-        if (const int error = make_folder(part, end == std::string::npos ? private_mode : parent_mode)) {
+        if (const int error = make_folder(part, part.size() < directory.size() ? parent_mode : private_mode)) {
             return status_of(error);
         }
     }

@@ -28,6 +28,16 @@ struct Contents {
     std::string text;
 };
 
+Stamp stamp_of(const struct stat& attributes) {
+    return {attributes.st_dev, attributes.st_ino, attributes.st_size, attributes.st_mtim};
+}
+
+/// Whether a file is in the state of this stamp; no file is in the state of an empty one.
+bool is_stamp_of(const std::string& path, const Stamp& stamp) {
+    struct stat attributes {};
+    return ::stat(path.c_str(), &attributes) == 0 ? stamp == stamp_of(attributes) : stamp == Stamp{};
+}
+
 /// Reads a file, opened as `access` says (O_RDONLY, O_RDWR). 0, also when it does not exist, or the errno of what
 /// failed.
 int read_file(const std::string& path, int access, Contents& contents) {
@@ -134,8 +144,8 @@ class Replacement {
     }
 
     /// Gives the file its content and the mode and owner of the one it replaces, brings it to the disk and puts it in
-    /// place. 0, or the errno of what failed; then the old file is in place. Takes no memory.
-    int replace(const Contents& old, std::string_view text) {
+    /// place, and tells its stamp. 0, or the errno of what failed; then the old file is in place. Takes no memory.
+    int replace(const Contents& old, std::string_view text, Stamp& stamp) {
         if (open_error_ != 0) {
             return open_error_;
         }
@@ -149,7 +159,8 @@ class Replacement {
         if (const int error = write_all(file_.number(), text)) {
             return error;
         }
-        if (fsync(file_.number()) != 0) {
+        struct stat attributes {};
+        if (fstat(file_.number(), &attributes) != 0 || fsync(file_.number()) != 0) {
             return errno;
         }
         // The two files change places, so that they can change back; but for file systems that cannot do that.
@@ -165,6 +176,7 @@ class Replacement {
             }
             return error;
         }
+        stamp = stamp_of(attributes);
         return 0;
     }
 
@@ -181,11 +193,28 @@ class Replacement {
 
 }  // namespace
 
-zelva_core_status StoreFile::load(const std::function<void(Entry)>& use) const {
+bool operator==(const Stamp& left, const Stamp& right) {
+    return left.device == right.device && left.inode == right.inode && left.size == right.size &&
+           left.modified.tv_sec == right.modified.tv_sec && left.modified.tv_nsec == right.modified.tv_nsec;
+}
+
+StoreFile::StoreFile(std::string path, std::string shared_path)
+    : path_(std::move(path)), shared_(std::make_unique<SharedState>(std::move(shared_path))) {
+    // A failure here is met again, and reported, by the first write.
+    if (create_settings_directory() == ZELVA_CORE_STATUS_NO_ERROR) {
+        shared_->open();
+    }
+}
+
+zelva_core_status StoreFile::load(const std::function<void(Entry)>& use, Revision& revision) const {
+    // Read before the file, so that a change in between is one too many rather than one missed. During a change the
+    // file may be the old one still.
+    const std::uint64_t counter = shared_ && shared_->has_counter() ? shared_->counter() : 0;
     Contents contents;
     if (const int error = read_file(path_, O_RDONLY, contents)) {
         return status_of(error);
     }
+    revision = {counter - counter % 2, stamp_of(contents.attributes)};
     if (!contents.exists) {
         return ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
     }
@@ -197,25 +226,60 @@ zelva_core_status StoreFile::load(const std::function<void(Entry)>& use) const {
     return ZELVA_CORE_STATUS_NO_ERROR;
 }
 
-zelva_core_status StoreFile::apply(const std::vector<Change>& changes) const {
+bool StoreFile::is_current(const Revision& revision) const {
+    if (!shared_) {
+        return true;
+    }
+    if (!shared_->has_counter()) {
+        return is_stamp_of(path_, revision.stamp);
+    }
+    const std::uint64_t counter = shared_->counter();
+    return counter - counter % 2 == revision.counter;
+}
+
+zelva_core_status StoreFile::lock() {
     if (const zelva_core_status status = create_settings_directory()) {
         return status;
     }
+    const int error = shared_->lock();
+    return error == 0 ? ZELVA_CORE_STATUS_NO_ERROR : status_of(error);
+}
+
+void StoreFile::unlock() {
+    shared_->unlock();
+}
+
+bool StoreFile::is_unchanged(const Revision& revision) const {
+    // An odd counter is that of a program that died in the middle of a change.
+    return shared_->counter() == revision.counter && is_stamp_of(path_, revision.stamp);
+}
+
+std::uint64_t StoreFile::end_change() {
+    shared_->end_change();
+    return shared_->counter();
+}
+
+zelva_core_status StoreFile::apply(const std::vector<Change>& changes, Stamp& stamp) const {
     std::string path = path_;
     if (const int error = follow_links(path)) {
         return status_of(error);
     }
-    // The file is read anew, so that what a person has changed in it meanwhile stays. One that its owner has made
-    // read-only is not to be replaced, hence the access.
+    // One that its owner has made read-only is not to be replaced, hence the access.
     Contents old;
     if (const int error = read_file(path, O_RDWR, old)) {
         return status_of(error);
     }
     const std::string text = changed_text(old.text, changes);
-    if (const int error = Replacement(path).replace(old, text)) {
+    if (const int error = Replacement(path).replace(old, text, stamp)) {
         return status_of(error);
     }
     return ZELVA_CORE_STATUS_NO_ERROR;
+}
+
+void StoreFile::forget_lock() {
+    if (shared_) {
+        shared_->forget_lock();
+    }
 }
 
 }  // namespace zelva::file

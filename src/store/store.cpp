@@ -41,10 +41,11 @@ zelva_core_status Store::open(std::string_view name) {
     if (contents_) {
         return ZELVA_CORE_STATUS_ALLOC_FAILED;
     }
-    Contents contents{file::StoreFile(*path), {}, {}};
-    const zelva_core_status status = contents.file.load([&contents](file::Entry entry) {
-        contents.entries.insert_or_assign(std::string(entry.key), std::move(entry.value));
-    });
+    Contents contents{};
+    contents.file = kind_ == file::Kind::settings
+                        ? std::make_shared<file::StoreFile>(*path, file::shared_state_path(name))
+                        : std::make_shared<file::StoreFile>(*path);
+    const zelva_core_status status = load(*contents.file, contents);
     // Settings begin empty, and get their file with the first write. A configuration is shipped as a file.
     if (status == ZELVA_CORE_STATUS_SETTING_NOT_PRESENT) {
         if (kind_ == file::Kind::configuration) {
@@ -55,6 +56,34 @@ zelva_core_status Store::open(std::string_view name) {
     }
     const std::lock_guard lock(memory_);
     contents_ = std::move(contents);
+    return ZELVA_CORE_STATUS_NO_ERROR;
+}
+
+zelva_core_status Store::load(const file::StoreFile& file, Contents& contents) {
+    return file.load(
+        [&contents](file::Entry entry) {
+            contents.entries.insert_or_assign(std::string(entry.key), std::move(entry.value));
+        },
+        contents.revision);
+}
+
+zelva_core_status Store::refresh(std::unique_lock<std::mutex>& lock) {
+    while (contents_ && !contents_->file->is_current(contents_->revision)) {
+        const std::shared_ptr<file::StoreFile> file = contents_->file;
+        lock.unlock();
+        Contents fresh{};
+        const zelva_core_status status = load(*file, fresh);
+        lock.lock();
+        if (status != ZELVA_CORE_STATUS_NO_ERROR && status != ZELVA_CORE_STATUS_SETTING_NOT_PRESENT) {
+            return status;
+        }
+        // Another thread may have closed the store meanwhile, or read the file as well; one that writes relies on what
+        // it has found.
+        if (contents_ && contents_->file == file && !file->is_current(contents_->revision)) {
+            contents_->entries.swap(fresh.entries);
+            contents_->revision = fresh.revision;
+        }
+    }
     return ZELVA_CORE_STATUS_NO_ERROR;
 }
 
@@ -73,14 +102,21 @@ void Store::before_fork() {
     memory_.lock();
 }
 
-void Store::after_fork() {
+void Store::after_fork_in_parent() {
     memory_.unlock();
     writing_.unlock();
 }
 
-bool Store::contains(std::string_view key) const {
-    const std::lock_guard lock(memory_);
-    return contents_ && !is_reserved(key) && find(key) != nullptr;
+void Store::after_fork_in_child() {
+    if (contents_) {
+        contents_->file->forget_lock();
+    }
+    after_fork_in_parent();
+}
+
+bool Store::contains(std::string_view key) {
+    std::unique_lock lock(memory_);
+    return refresh(lock) == ZELVA_CORE_STATUS_NO_ERROR && contents_ && !is_reserved(key) && find(key) != nullptr;
 }
 
 const Value* Store::find(std::string_view name) const {
@@ -121,11 +157,48 @@ zelva_core_status SettingsStore::write(std::string_view key, Slot slot, Value va
     if (!can_be_written(key) || !value::is_storable(value)) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
+    return change([&] { return put(key, slot, std::move(value)); });
+}
+
+template <class Rules>
+zelva_core_status SettingsStore::change(Rules&& rules) {
     const std::lock_guard writing(writing_);
     if (!contents_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;
     }
-    return put(key, slot, std::move(value));
+    file::StoreFile& file = *contents_->file;
+    lock_status_ = file.lock();
+    if (lock_status_ != ZELVA_CORE_STATUS_NO_ERROR) {
+        return std::forward<Rules>(rules)();
+    }
+    struct Unlock {
+        file::StoreFile& file;
+        ~Unlock() { file.unlock(); }
+    };
+    const Unlock unlock{file};
+    if (!file.is_unchanged(contents_->revision)) {
+        if (const zelva_core_status status = reload_locked()) {
+            return status;
+        }
+    }
+    return std::forward<Rules>(rules)();
+}
+
+zelva_core_status SettingsStore::reload_locked() {
+    Contents fresh{};
+    const zelva_core_status status = load(*contents_->file, fresh);
+    if (status != ZELVA_CORE_STATUS_NO_ERROR && status != ZELVA_CORE_STATUS_SETTING_NOT_PRESENT) {
+        return status;
+    }
+    const std::lock_guard lock(memory_);
+    contents_->entries.swap(fresh.entries);
+    contents_->revision = fresh.revision;
+    return ZELVA_CORE_STATUS_NO_ERROR;
+}
+
+zelva_core_status SettingsStore::reload() {
+    const std::lock_guard writing(writing_);
+    return contents_ ? reload_locked() : ZELVA_CORE_STATUS_NOT_INITIALIZED;
 }
 
 zelva_core_status SettingsStore::put(std::string_view key, Slot slot, Value value) {
@@ -143,26 +216,21 @@ zelva_core_status SettingsStore::copy(Type type, std::string_view old_key, std::
     if (is_reserved(old_key) || !can_be_written(new_key)) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
-    const std::lock_guard writing(writing_);
-    const Value* old = nullptr;
-    if (const zelva_core_status status = find(old_key, Slot::value, type, old)) {
-        return status;
-    }
-    return put(new_key, Slot::value, *old);
+    return change([&] {
+        const Value* old = nullptr;
+        const zelva_core_status status = find(old_key, Slot::value, type, old);
+        return status == ZELVA_CORE_STATUS_NO_ERROR ? put(new_key, Slot::value, *old) : status;
+    });
 }
 
 zelva_core_status SettingsStore::remove(std::string_view key) {
     if (is_reserved(key)) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
-    const std::lock_guard writing(writing_);
-    if (!contents_) {
-        return ZELVA_CORE_STATUS_NOT_INITIALIZED;
-    }
-    if (find(key) == nullptr) {
-        return ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
-    }
-    return commit({{std::string(key), std::nullopt}, {default_name(key), std::nullopt}});
+    return change([&] {
+        return find(key) == nullptr ? ZELVA_CORE_STATUS_SETTING_NOT_PRESENT
+                                    : commit({{std::string(key), std::nullopt}, {default_name(key), std::nullopt}});
+    });
 }
 
 zelva_core_status SettingsStore::commit(std::vector<file::Change> changes) {
@@ -173,10 +241,26 @@ zelva_core_status SettingsStore::commit(std::vector<file::Change> changes) {
             fresh.try_emplace(change.key);
         }
     }
-    if (const zelva_core_status status = contents_->file.apply(changes)) {
+    if (lock_status_ != ZELVA_CORE_STATUS_NO_ERROR) {
+        return lock_status_;
+    }
+    // Other programs learn of the change in the moment in which this one's readers see it, so that nobody here reads
+    // the file again.
+    struct EndOfChange {
+        SettingsStore& store;
+        ~EndOfChange() {
+            const std::lock_guard lock(store.memory_);
+            store.contents_->revision.counter = store.contents_->file->end_change();
+        }
+    };
+    contents_->file->begin_change();
+    const EndOfChange end{*this};
+    file::Stamp stamp{};
+    if (const zelva_core_status status = contents_->file->apply(changes, stamp)) {
         return status;
     }
     const std::lock_guard lock(memory_);
+    contents_->revision.stamp = stamp;
     Entries& entries = contents_->entries;
     for (file::Change& change : changes) {
         if (change.value) {
@@ -188,11 +272,14 @@ zelva_core_status SettingsStore::commit(std::vector<file::Change> changes) {
     return ZELVA_CORE_STATUS_NO_ERROR;
 }
 
-zelva_core_status SettingsStore::type(std::string_view key, Type& type) const {
+zelva_core_status SettingsStore::type(std::string_view key, Type& type) {
     if (is_reserved(key)) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
-    const std::lock_guard lock(memory_);
+    std::unique_lock lock(memory_);
+    if (const zelva_core_status status = refresh(lock)) {
+        return status;
+    }
     if (!contents_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;
     }
@@ -204,9 +291,11 @@ zelva_core_status SettingsStore::type(std::string_view key, Type& type) const {
     return ZELVA_CORE_STATUS_NO_ERROR;
 }
 
-zelva_core_status SettingsStore::list(std::string_view prefix,
-                                      const std::function<void(const std::string&)>& use) const {
-    const std::lock_guard lock(memory_);
+zelva_core_status SettingsStore::list(std::string_view prefix, const std::function<void(const std::string&)>& use) {
+    std::unique_lock lock(memory_);
+    if (const zelva_core_status status = refresh(lock)) {
+        return status;
+    }
     if (!contents_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;
     }
@@ -224,27 +313,25 @@ zelva_core_status SettingsStore::announce_version(unsigned announced, unsigned& 
     if (announced == 0 || announced > INT_MAX) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
-    const std::lock_guard writing(writing_);
-    if (!contents_) {
-        return ZELVA_CORE_STATUS_NOT_INITIALIZED;
-    }
-    const Value* version = find(version_key);
-    if (version != nullptr && !std::holds_alternative<int>(*version)) {
-        return ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE;
-    }
-    // A version below 1, which only a person can have written, stands for none.
-    const auto present = version == nullptr ? 0U : static_cast<unsigned>(std::max(std::get<int>(*version), 0));
-    const unsigned old = contents_->entries.empty() ? announced : present;
-    if (announced > present) {
-        const Value raised = static_cast<int>(announced);
-        if (const zelva_core_status status = commit({{std::string(version_key), raised}})) {
-            return status;
+    return change([&] {
+        const Value* version = find(version_key);
+        if (version != nullptr && !std::holds_alternative<int>(*version)) {
+            return ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE;
         }
-    }
-    const std::lock_guard lock(memory_);
-    contents_->versions = Versions{old, announced};
-    stored = old;
-    return ZELVA_CORE_STATUS_NO_ERROR;
+        // A version below 1, which only a person can have written, stands for none.
+        const auto present = version == nullptr ? 0U : static_cast<unsigned>(std::max(std::get<int>(*version), 0));
+        const unsigned old = contents_->entries.empty() ? announced : present;
+        if (announced > present) {
+            const Value raised = static_cast<int>(announced);
+            if (const zelva_core_status status = commit({{std::string(version_key), raised}})) {
+                return status;
+            }
+        }
+        const std::lock_guard lock(memory_);
+        contents_->versions = Versions{old, announced};
+        stored = old;
+        return ZELVA_CORE_STATUS_NO_ERROR;
+    });
 }
 
 zelva_core_status SettingsStore::versions(unsigned& stored, unsigned& announced) const {

@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -51,35 +52,47 @@ class Store {
     /// Calls `use` with the value in one slot of a key, of type T. `use` may throw; it runs under the store's lock and
     /// must not call the store.
     template <class T, class Use>
-    zelva_core_status read(std::string_view key, Slot slot, Use&& use) const {
-        const std::lock_guard lock(memory_);
+    zelva_core_status read(std::string_view key, Slot slot, Use&& use) {
+        std::unique_lock lock(memory_);
         const Value* found = nullptr;
-        const zelva_core_status status = find(key, slot, value::type_for<T>, found);
+        zelva_core_status status = refresh(lock);
+        if (status == ZELVA_CORE_STATUS_NO_ERROR) {
+            status = find(key, slot, value::type_for<T>, found);
+        }
         if (status == ZELVA_CORE_STATUS_NO_ERROR) {
             std::forward<Use>(use)(std::get<T>(*found));
         }
         return status;
     }
 
-    bool contains(std::string_view key) const;
+    bool contains(std::string_view key);
 
     /// Around fork(), so that the child does not find the store in the middle of another thread's change, nor its locks
     /// held by a thread that the child does not have.
     void before_fork();
-    void after_fork();
+    void after_fork_in_parent();
+    void after_fork_in_child();
 
   protected:
     using Entries = std::map<std::string, Value, std::less<>>;
 
     /// What there is for as long as the store is open.
     struct Contents {
-        file::StoreFile file;
+        std::shared_ptr<file::StoreFile> file;  // shared with readers that read it again
         Entries entries;
+        file::Revision revision;           // of the file that the entries are those of
         std::optional<Versions> versions;  // since the first announcement
     };
 
     explicit Store(file::Kind kind) : kind_(kind) {}
     ~Store() = default;
+
+    /// Reads the file again if another program has changed it. Waits for nobody: `lock`, on memory_, is released
+    /// meanwhile.
+    zelva_core_status refresh(std::unique_lock<std::mutex>& lock);
+
+    /// The file's entries and their revision. A file that does not exist has none.
+    static zelva_core_status load(const file::StoreFile& file, Contents& contents);
 
     /// Finds the entry in a slot of a key of the given type. REQUIRES: memory_ or writing_ is held.
     zelva_core_status find(std::string_view key, Slot slot, Type type, const Value*& found) const;
@@ -119,10 +132,13 @@ class SettingsStore : public Store {
     /// Removes a key and its default.
     zelva_core_status remove(std::string_view key);
 
-    zelva_core_status type(std::string_view key, Type& type) const;
+    zelva_core_status type(std::string_view key, Type& type);
 
     /// Calls `use` with each key that begins with `prefix`, under the store's lock.
-    zelva_core_status list(std::string_view prefix, const std::function<void(const std::string&)>& use) const;
+    zelva_core_status list(std::string_view prefix, const std::function<void(const std::string&)>& use);
+
+    /// Reads the file again.
+    zelva_core_status reload();
 
     /// Announces a version, and stores it if it is higher than the stored one.
     zelva_core_status announce_version(unsigned announced, unsigned& stored);
@@ -131,11 +147,22 @@ class SettingsStore : public Store {
     zelva_core_status versions(unsigned& stored, unsigned& announced) const;
 
   private:
-    /// Writes a value that has been judged. REQUIRES: writing_ is held.
+    /// Applies `rules`, which find what there is and commit changes, while no other thread and no other program changes
+    /// the store.
+    template <class Rules>
+    zelva_core_status change(Rules&& rules);
+
+    /// Reads the file again, whatever is known of it. REQUIRES: writing_ is held.
+    zelva_core_status reload_locked();
+
+    /// Writes a value that has been judged. REQUIRES: within change().
     zelva_core_status put(std::string_view key, Slot slot, Value value);
 
-    /// Makes the changes in the file and then in memory, or not at all. REQUIRES: writing_ is held.
+    /// Makes the changes in the file and then in memory, or not at all. REQUIRES: within change().
     zelva_core_status commit(std::vector<file::Change> changes);
+
+    /// Why the file cannot be changed, if so, for commit() to report: the rules decide first.
+    zelva_core_status lock_status_ = ZELVA_CORE_STATUS_NO_ERROR;
 };
 
 }  // namespace zelva::store

@@ -122,7 +122,7 @@ static void versions(void) {
 
 int main(void) {
     char folder[] = "/tmp/settings.XXXXXX";
-    char path[sizeof folder + 5];
+    char path[sizeof folder + 20];
     CHECK(mkdtemp(folder) != NULL);
     CHECK(setenv("ZELVA_CORE_SETTINGS_DIR", folder, 1) == 0);
 
@@ -133,12 +133,17 @@ int main(void) {
     scalars();
     arrays();
     versions();
+    CHECK_OK(zelva_core_settings_reload());
     CHECK_OK(zelva_core_settings_deinit());
     CHECK(zelva_core_settings_set_int_value("int", 1) == ZELVA_CORE_STATUS_NOT_INITIALIZED);
     CHECK_OK(zelva_core_deinit());
 
     snprintf(path, sizeof path, "%s/test", folder);
     CHECK(unlink(path) == 0);
+    snprintf(path, sizeof path, "%s/.zelva/test", folder);
+    CHECK(unlink(path) == 0);
+    snprintf(path, sizeof path, "%s/.zelva", folder);
+    CHECK(rmdir(path) == 0);
     CHECK(rmdir(folder) == 0);
     printf("%d passed, %d failed\n", passed, failed);
     return failed == 0 ? 0 : 1;

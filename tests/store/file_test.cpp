@@ -118,12 +118,15 @@ BOOST_AUTO_TEST_CASE(the_first_write_creates_the_file_for_its_owner_alone) {
     fs::remove(store_path("new"));
 }
 
-BOOST_AUTO_TEST_CASE(the_folder_is_created_for_its_owner_alone_when_it_is_first_needed) {
+BOOST_AUTO_TEST_CASE(the_folder_is_created_for_its_owner_alone_when_a_store_is_opened) {
     fs::remove_all(Folder::path());
-    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_INVALID_PARAMS, zelva_core_configuration_init("none"));
     BOOST_CHECK(!fs::exists(Folder::path()));
-    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 1));
+    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
     BOOST_CHECK_EQUAL(0700U, mode_of(Folder::path()));
+    BOOST_CHECK_EQUAL(0700U, mode_of(Folder::path() + "/.zelva"));
+    BOOST_CHECK(!fs::exists(store_path()));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 1));
     BOOST_CHECK_EQUAL("DEFAULT_k = I1\nk = I1\n", OpenStore::file());
     zelva_core_settings_deinit();
     fs::remove(store_path());
@@ -232,7 +235,9 @@ BOOST_AUTO_TEST_CASE(a_file_that_its_owner_has_made_read_only_is_not_written) {
     const OpenStore store("k = I1\n");
     BOOST_REQUIRE_EQUAL(0, chmod(Folder::path().c_str(), 0777));
     if (geteuid() == 0) {
-        BOOST_REQUIRE_EQUAL(0, chown(store_path().c_str(), nobody, getegid()));
+        for (const std::string& path : {store_path(), Folder::path() + "/.zelva", Folder::path() + "/.zelva/test"}) {
+            BOOST_REQUIRE_EQUAL(0, chown(path.c_str(), nobody, getegid()));
+        }
     }
     BOOST_REQUIRE_EQUAL(0, chmod(store_path().c_str(), 0444));
     BOOST_CHECK(as_nobody([] { return set("k", 2) == ZELVA_CORE_STATUS_IO_FAILED && value_of("k") == Value(1); }));
