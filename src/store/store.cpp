@@ -68,7 +68,8 @@ zelva_core_status Store::load(const file::StoreFile& file, Contents& contents) {
 }
 
 zelva_core_status Store::refresh(std::unique_lock<std::mutex>& lock) {
-    while (contents_ && !contents_->file->is_current(contents_->revision)) {
+    // Once is enough: a change that is finished meanwhile is at the same time as this read.
+    if (contents_ && !contents_->file->is_current(contents_->revision)) {
         const std::shared_ptr<file::StoreFile> file = contents_->file;
         lock.unlock();
         Contents fresh{};
@@ -169,6 +170,8 @@ zelva_core_status SettingsStore::change(Rules&& rules) {
     file::StoreFile& file = *contents_->file;
     lock_status_ = file.lock();
     if (lock_status_ != ZELVA_CORE_STATUS_NO_ERROR) {
+        // Other programs go on changing the file, so readers may want to put other entries in the place of these.
+        const std::lock_guard lock(memory_);
         return std::forward<Rules>(rules)();
     }
     struct Unlock {
@@ -313,25 +316,27 @@ zelva_core_status SettingsStore::announce_version(unsigned announced, unsigned& 
     if (announced == 0 || announced > INT_MAX) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
-    return change([&] {
+    unsigned old = 0;
+    const zelva_core_status status = change([&] {
         const Value* version = find(version_key);
         if (version != nullptr && !std::holds_alternative<int>(*version)) {
             return ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE;
         }
         // A version below 1, which only a person can have written, stands for none.
         const auto present = version == nullptr ? 0U : static_cast<unsigned>(std::max(std::get<int>(*version), 0));
-        const unsigned old = contents_->entries.empty() ? announced : present;
-        if (announced > present) {
-            const Value raised = static_cast<int>(announced);
-            if (const zelva_core_status status = commit({{std::string(version_key), raised}})) {
-                return status;
-            }
-        }
-        const std::lock_guard lock(memory_);
-        contents_->versions = Versions{old, announced};
-        stored = old;
-        return ZELVA_CORE_STATUS_NO_ERROR;
+        old = contents_->entries.empty() ? announced : present;
+        return announced > present ? commit({{std::string(version_key), Value(static_cast<int>(announced))}})
+                                   : ZELVA_CORE_STATUS_NO_ERROR;
     });
+    if (status != ZELVA_CORE_STATUS_NO_ERROR) {
+        return status;
+    }
+    const std::lock_guard lock(memory_);
+    if (contents_) {
+        contents_->versions = Versions{old, announced};
+    }
+    stored = old;
+    return ZELVA_CORE_STATUS_NO_ERROR;
 }
 
 zelva_core_status SettingsStore::versions(unsigned& stored, unsigned& announced) const {

@@ -148,7 +148,7 @@ class SettingsStore : public Store {
 
   private:
     /// Applies `rules`, which find what there is and commit changes, while no other thread and no other program changes
-    /// the store.
+    /// the store. They do not take memory_.
     template <class Rules>
     zelva_core_status change(Rules&& rules);
 
