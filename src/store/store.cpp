@@ -45,13 +45,7 @@ zelva_core_status Store::open(std::string_view name) {
     contents.file = kind_ == file::Kind::settings
                         ? std::make_shared<file::StoreFile>(*path, file::shared_state_path(name))
                         : std::make_shared<file::StoreFile>(*path);
-    const zelva_core_status status = load(*contents.file, contents);
-    // Settings begin empty, and get their file with the first write. A configuration is shipped as a file.
-    if (status == ZELVA_CORE_STATUS_SETTING_NOT_PRESENT) {
-        if (kind_ == file::Kind::configuration) {
-            return ZELVA_CORE_STATUS_INVALID_PARAMS;
-        }
-    } else if (status != ZELVA_CORE_STATUS_NO_ERROR) {
+    if (const zelva_core_status status = load(*contents.file, contents)) {
         return status;
     }
     const std::lock_guard lock(memory_);
@@ -59,12 +53,22 @@ zelva_core_status Store::open(std::string_view name) {
     return ZELVA_CORE_STATUS_NO_ERROR;
 }
 
-zelva_core_status Store::load(const file::StoreFile& file, Contents& contents) {
-    return file.load(
+zelva_core_status Store::load(const file::StoreFile& file, Contents& contents) const {
+    const zelva_core_status status = file.load(
         [&contents](file::Entry entry) {
             contents.entries.insert_or_assign(std::string(entry.key), std::move(entry.value));
         },
         contents.revision);
+    if (status != ZELVA_CORE_STATUS_SETTING_NOT_PRESENT) {
+        return status;
+    }
+    // Settings begin empty, and get their file with the first write. A configuration is shipped as a file.
+    return kind_ == file::Kind::settings ? ZELVA_CORE_STATUS_NO_ERROR : ZELVA_CORE_STATUS_INVALID_PARAMS;
+}
+
+file::Revision Store::revision() const {
+    const std::lock_guard lock(memory_);
+    return contents_->revision;
 }
 
 zelva_core_status Store::refresh(std::unique_lock<std::mutex>& lock) {
@@ -75,7 +79,7 @@ zelva_core_status Store::refresh(std::unique_lock<std::mutex>& lock) {
         Contents fresh{};
         const zelva_core_status status = load(*file, fresh);
         lock.lock();
-        if (status != ZELVA_CORE_STATUS_NO_ERROR && status != ZELVA_CORE_STATUS_SETTING_NOT_PRESENT) {
+        if (status != ZELVA_CORE_STATUS_NO_ERROR) {
             return status;
         }
         // Another thread may have closed the store meanwhile, or read the file as well; one that writes relies on what
@@ -118,6 +122,17 @@ void Store::after_fork_in_child() {
 bool Store::contains(std::string_view key) {
     std::unique_lock lock(memory_);
     return refresh(lock) == ZELVA_CORE_STATUS_NO_ERROR && contents_ && !is_reserved(key) && find(key) != nullptr;
+}
+
+zelva_core_status Store::look_up(std::unique_lock<std::mutex>& lock, std::string_view key, Slot slot, Type type,
+                                 const Value*& found) {
+    if (is_reserved(key)) {
+        return ZELVA_CORE_STATUS_INVALID_PARAMS;  // whatever has become of the file
+    }
+    if (const zelva_core_status status = refresh(lock)) {
+        return status;
+    }
+    return find(key, slot, type, found);
 }
 
 const Value* Store::find(std::string_view name) const {
@@ -179,7 +194,7 @@ zelva_core_status SettingsStore::change(Rules&& rules) {
         ~Unlock() { file.unlock(); }
     };
     const Unlock unlock{file};
-    if (!file.is_unchanged(contents_->revision)) {
+    if (!file.is_unchanged(revision())) {
         if (const zelva_core_status status = reload_locked()) {
             return status;
         }
@@ -189,8 +204,7 @@ zelva_core_status SettingsStore::change(Rules&& rules) {
 
 zelva_core_status SettingsStore::reload_locked() {
     Contents fresh{};
-    const zelva_core_status status = load(*contents_->file, fresh);
-    if (status != ZELVA_CORE_STATUS_NO_ERROR && status != ZELVA_CORE_STATUS_SETTING_NOT_PRESENT) {
+    if (const zelva_core_status status = load(*contents_->file, fresh)) {
         return status;
     }
     const std::lock_guard lock(memory_);

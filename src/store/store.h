@@ -55,10 +55,7 @@ class Store {
     zelva_core_status read(std::string_view key, Slot slot, Use&& use) {
         std::unique_lock lock(memory_);
         const Value* found = nullptr;
-        zelva_core_status status = refresh(lock);
-        if (status == ZELVA_CORE_STATUS_NO_ERROR) {
-            status = find(key, slot, value::type_for<T>, found);
-        }
+        const zelva_core_status status = look_up(lock, key, slot, value::type_for<T>, found);
         if (status == ZELVA_CORE_STATUS_NO_ERROR) {
             std::forward<Use>(use)(std::get<T>(*found));
         }
@@ -91,8 +88,16 @@ class Store {
     /// meanwhile.
     zelva_core_status refresh(std::unique_lock<std::mutex>& lock);
 
-    /// The file's entries and their revision. A file that does not exist has none.
-    static zelva_core_status load(const file::StoreFile& file, Contents& contents);
+    /// The file's entries and their revision. Settings without a file have none; for a configuration, INVALID_PARAMS.
+    zelva_core_status load(const file::StoreFile& file, Contents& contents) const;
+
+    /// The revision that memory stands for. The holder of writing_ asks under memory_ too: readers change it, and the
+    /// entries that it then relies on, when they read the file again.
+    file::Revision revision() const;
+
+    /// As find, of what the file now holds. `lock` is on memory_.
+    zelva_core_status look_up(std::unique_lock<std::mutex>& lock, std::string_view key, Slot slot, Type type,
+                              const Value*& found);
 
     /// Finds the entry in a slot of a key of the given type. REQUIRES: memory_ or writing_ is held.
     zelva_core_status find(std::string_view key, Slot slot, Type type, const Value*& found) const;

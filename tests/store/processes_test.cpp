@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
@@ -20,6 +21,7 @@ pid_t start(const std::function<int()>& body) {
     const pid_t child = fork();
     if (child == 0) {
         alarm(100);
+        zelva_core_settings_deinit();  // the store that was open at the fork
         const bool is_open = zelva_core_settings_init("test") == ZELVA_CORE_STATUS_NO_ERROR;
         _exit(is_open ? body() : 99);
     }
@@ -34,15 +36,7 @@ int result_of(pid_t child) {
 
 /// Sets a key in another program.
 int set_elsewhere(const char* key, int value) {
-    const pid_t child = fork();
-    if (child == 0) {
-        zelva_core_settings_deinit();
-        _exit(zelva_core_settings_init("test") == ZELVA_CORE_STATUS_NO_ERROR &&
-                      zelva_core_settings_set_int_value(key, value) == ZELVA_CORE_STATUS_NO_ERROR
-                  ? 0
-                  : 1);
-    }
-    return result_of(child);
+    return result_of(start([&] { return static_cast<int>(zelva_core_settings_set_int_value(key, value)); }));
 }
 
 int number_of(const std::string& key) {
@@ -201,6 +195,34 @@ BOOST_AUTO_TEST_CASE(a_removed_lock_file_does_not_let_two_programs_write_at_once
     BOOST_CHECK_EQUAL(Value(2), value_of("k"));
     BOOST_CHECK_EQUAL(0, set_elsewhere("k", 4));
     BOOST_CHECK_EQUAL(Value(4), value_of("k"));
+}
+
+BOOST_AUTO_TEST_CASE(a_thread_reads_while_another_thread_and_another_program_write) {
+    const OpenStore store("k = I0\n");
+    const pid_t other = start([] {
+        for (int i = 0;; ++i) {
+            zelva_core_settings_set_int_value("theirs", i);
+        }
+        return 0;
+    });
+    std::atomic<bool> done{false};
+    std::atomic<int> failures{0};
+    std::thread reader([&] {
+        for (int last = 0; !done;) {
+            const int now = number_of("k");
+            failures += now < last ? 1 : 0;  // a value that has been replaced does not come back
+            last = now;
+        }
+    });
+    for (int i = 1; i <= 200; ++i) {
+        failures += zelva_core_settings_set_int_value("k", i) != ZELVA_CORE_STATUS_NO_ERROR ? 1 : 0;
+        failures += number_of("k") != i ? 1 : 0;
+    }
+    done = true;
+    reader.join();
+    kill(other, SIGKILL);
+    BOOST_CHECK_EQUAL(-1, result_of(other));
+    BOOST_CHECK_EQUAL(0, failures);
 }
 
 // Each program has two threads with keys of their own, one key is everybody's, and programs are killed all along. What
