@@ -69,6 +69,34 @@ ZELVA_CORE_API zelva_core_status zelva_core_settings_init(const char* name);
  */
 ZELVA_CORE_API zelva_core_status zelva_core_settings_deinit(void);
 
+/** What a set, a delete or a copy that has returned ZELVA_CORE_STATUS_NO_ERROR survives. */
+typedef enum {
+    ZELVA_CORE_DURABILITY_FULL = 0,   /**< The loss of power; the default. Costs one flush of the disk. */
+    ZELVA_CORE_DURABILITY_RELAXED = 1 /**< The end of the process, however it ends. */
+} zelva_core_durability;
+
+/**
+ * Chooses what later writes survive, until the store is closed.
+ *
+ * With relaxed durability a loss of power may take back the last changes of each key, one by one, back to those before
+ * the last zelva_core_settings_sync or the last change with full durability. Each key then has a value that it once
+ * had; none is torn. Changes whose line in the file is longer than 512 bytes are still flushed in part, to keep that
+ * promise.
+ *
+ * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_INVALID_PARAMS for another number;
+ *     ZELVA_CORE_STATUS_NOT_INITIALIZED.
+ */
+ZELVA_CORE_API zelva_core_status zelva_core_settings_set_durability(zelva_core_durability durability);
+
+/**
+ * Makes durable all that was set, by whichever program: from here on it survives the loss of power.
+ *
+ * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_NOT_INITIALIZED; ZELVA_CORE_STATUS_IO_FAILED when the file
+ *     could not be brought to the disk: what was set since the last success may be lost with the power;
+ *     ZELVA_CORE_STATUS_ALLOC_FAILED.
+ */
+ZELVA_CORE_API zelva_core_status zelva_core_settings_sync(void);
+
 /**
  * Reads the store's file again. What other programs write is seen without it; what a person changes with an editor is
  * seen after it, or after the next write.

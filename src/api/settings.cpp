@@ -16,6 +16,14 @@ zelva_core_status zelva_core_settings_deinit(void) {
     return guarded([] { return settings().close(); });
 }
 
+zelva_core_status zelva_core_settings_set_durability(zelva_core_durability durability) {
+    return guarded([&] { return settings().set_durability(durability); });
+}
+
+zelva_core_status zelva_core_settings_sync(void) {
+    return guarded([] { return settings().sync(); });
+}
+
 zelva_core_status zelva_core_settings_reload(void) {
     return guarded([] { return settings().reload(); });
 }

@@ -1,6 +1,5 @@
 #include "file/paths.h"
 
-#include <fcntl.h>
 #include <pwd.h>
 #include <stdlib.h>
 #include <sys/stat.h>
@@ -11,7 +10,7 @@
 #include <system_error>
 #include <vector>
 
-#include "file/system.h"
+#include "file/descriptor.h"
 #include "value/text.h"
 
 namespace zelva::file {
@@ -89,17 +88,32 @@ std::string absolute_directory() {
 
 bool exists(const std::string& path) {
     struct stat attributes {};
-    return stat(path.c_str(), &attributes) == 0;
+    return system::stat(path.c_str(), &attributes) == 0;
+}
+
+std::string parent_of(const std::string& path) {
+    return path.substr(0, path.rfind('/') + 1);
 }
 
 /// Makes a folder in one that exists, and brings its entry there to the disk. 0, or the errno of what failed.
 int make_folder(const std::string& path, mode_t mode) {
-    const std::string parent = path.substr(0, path.rfind('/') + 1);
-    if (mkdir(path.c_str(), mode) != 0) {
+    if (system::mkdir(path.c_str(), mode) != 0) {
         return errno == EEXIST ? 0 : errno;
     }
-    const Descriptor folder(open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    return folder.is_open() ? sync_folder(folder.number()) : errno;
+    return sync_folder(parent_of(path));
+}
+
+/// Makes the folder for shared state, for those who may use the settings folder. 0, or the errno of what failed.
+int make_shared_folder(const std::string& path, const std::string& directory) {
+    struct stat settings {};
+    if (system::stat(directory.c_str(), &settings) != 0) {
+        return errno;
+    }
+    if (system::mkdir(path.c_str(), S_IRWXU) != 0) {
+        return errno == EEXIST ? 0 : errno;
+    }
+    const mode_t mode = (settings.st_mode & (ACCESSPERMS | S_ISGID)) | S_IRWXU;
+    return system::chmod(path.c_str(), mode) == 0 ? 0 : errno;  // mkdir takes away what the umask has
 }
 
 }  // namespace
@@ -144,16 +158,19 @@ zelva_core_status create_settings_directory() {
     // Root's folders lead to other users' files as well.
     const mode_t parent_mode = geteuid() == 0 ? public_mode : private_mode;
     for (std::size_t end = 0; end != std::string::npos;) {
-        end = shared.find('/', end + 1);
-        const std::string part = shared.substr(0, end);
+        end = directory.find('/', end + 1);
+        const std::string part = directory.substr(0, end);
         if (exists(part)) {
             continue;
         }
-        if (const int error = make_folder(part, part.size() < directory.size() ? parent_mode : private_mode)) {
+        if (const int error = make_folder(part, end == std::string::npos ? private_mode : parent_mode)) {
             return status_of(error);
         }
     }
-    return ZELVA_CORE_STATUS_NO_ERROR;
+    // A program that has made the settings folder may have died before its entry reached the disk. The folder for
+    // shared state comes last: where it is, all of that has been done.
+    sync_folder(parent_of(directory));
+    return status_of(make_shared_folder(shared, directory));
 }
 
 }  // namespace zelva::file

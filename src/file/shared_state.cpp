@@ -3,29 +3,21 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
-#include <utility>
-
-#include "file/system.h"
 
 namespace zelva::file {
 
 namespace {
 
-constexpr mode_t new_file_mode = S_IRUSR | S_IWUSR;
 constexpr off_t file_size = 4096;
 constexpr int open_flags = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
 
 /// Takes or releases the lock of an open file. The lock belongs to the open file, not to the process as older POSIX
 /// locks do, so that it holds between threads, and is not lost when the process closes another descriptor of the same
 /// file.
-int set_lock(int descriptor, short type) {
-    struct flock lock {};
-    lock.l_type = type;
-    lock.l_whence = SEEK_SET;
-    while (fcntl(descriptor, F_OFD_SETLKW, &lock) != 0) {
+int set_lock(const Descriptor& file, short type, bool wait = true) {
+    while (system::lock(file.number(), type, wait) != 0) {
         if (errno != EINTR) {
             return errno;
         }
@@ -33,24 +25,49 @@ int set_lock(int descriptor, short type) {
     return 0;
 }
 
+/// Opens the file for reading and writing. A new one can be read and written by those who may do that with the folder
+/// that it is in, so that users who share a store share its lock.
+Descriptor open_shared(const std::string& path) {
+    Descriptor file(system::open(path.c_str(), O_RDWR | open_flags));
+    if (file.is_open() || errno != ENOENT) {
+        return file;
+    }
+    struct stat folder {};
+    const std::string folder_path = path.substr(0, path.rfind('/'));
+    if (system::stat(folder_path.c_str(), &folder) != 0) {
+        return file;
+    }
+    const mode_t mode = (folder.st_mode & (DEFFILEMODE)) | S_IRUSR | S_IWUSR;
+    file = Descriptor(system::open(path.c_str(), O_RDWR | O_CREAT | open_flags, mode));
+    if (file.is_open()) {
+        system::fchmod(file.number(), mode);  // whatever the umask; only its owner can, and need not
+    }
+    return file;
+}
+
 }  // namespace
 
 SharedState::~SharedState() {
     for (Page* page : pages_) {
-        munmap(page, file_size);
+        system::unmap(page, file_size);
     }
-    forget_lock();
+}
+
+SharedState::ReadLock::ReadLock(const SharedState& state)
+    : file_(system::open(state.path_.c_str(), O_RDONLY | open_flags)) {
+    if (file_.is_open()) {
+        set_lock(file_, F_RDLCK);
+    }
 }
 
 int SharedState::open() {
-    forget_lock();
-    descriptor_ = ::open(path_.c_str(), O_RDWR | O_CREAT | open_flags, new_file_mode);
-    if (descriptor_ < 0) {
+    lock_ = open_shared(path_);
+    if (!lock_.is_open()) {
         return errno == EACCES || errno == EROFS ? map(O_RDONLY) : errno;
     }
     const int error = map(O_RDWR);
     if (error != 0) {
-        forget_lock();  // no lock without a counter
+        lock_.close();  // no lock without a counter
     }
     return error;
 }
@@ -58,9 +75,9 @@ int SharedState::open() {
 int SharedState::map(int access) {
     // Not the descriptor of the lock: a mapping keeps the open file alive that it was made from, and with it its lock,
     // in a forked child too.
-    const Descriptor file(::open(path_.c_str(), access | open_flags));
+    const Descriptor file(system::open(path_.c_str(), access | open_flags));
     struct stat attributes {};
-    if (!file.is_open() || fstat(file.number(), &attributes) != 0) {
+    if (!file.is_open() || system::fstat(file.number(), &attributes) != 0) {
         return errno;
     }
     if (!S_ISREG(attributes.st_mode)) {
@@ -71,14 +88,14 @@ int SharedState::map(int access) {
         if (access == O_RDONLY) {
             return EINVAL;
         }
-        if (ftruncate(file.number(), file_size) != 0) {
+        if (system::ftruncate(file.number(), file_size) != 0) {
             return errno;
         }
     }
     pages_.reserve(pages_.size() + 1);
     const int protection = access == O_RDWR ? PROT_READ | PROT_WRITE : PROT_READ;
-    void* const memory = mmap(nullptr, file_size, protection, MAP_SHARED, file.number(), 0);
-    if (memory == MAP_FAILED) {
+    void* const memory = system::map(file.number(), file_size, protection);
+    if (memory == nullptr) {
         return errno;
     }
     pages_.push_back(static_cast<Page*>(memory));
@@ -89,25 +106,25 @@ int SharedState::map(int access) {
 int SharedState::find_out_whether_replaced(bool& is_replaced) const {
     struct stat opened {};
     struct stat found {};
-    if (fstat(descriptor_, &opened) != 0) {
+    if (system::fstat(lock_.number(), &opened) != 0) {
         return errno;
     }
-    const bool is_there = stat(path_.c_str(), &found) == 0;
+    const bool is_there = system::stat(path_.c_str(), &found) == 0;
     is_replaced = !is_there || opened.st_ino != found.st_ino || opened.st_dev != found.st_dev;
     return 0;
 }
 
-int SharedState::lock() {
+int SharedState::lock(bool wait) {
     for (;;) {
-        if (descriptor_ < 0) {
+        if (!lock_.is_open()) {
             if (const int error = open()) {
                 return error;
             }
         }
-        if (descriptor_ < 0) {
+        if (!lock_.is_open()) {
             return EACCES;
         }
-        if (const int error = set_lock(descriptor_, F_WRLCK)) {
+        if (const int error = set_lock(lock_, F_WRLCK, wait)) {
             return error;
         }
         bool is_replaced = false;
@@ -119,12 +136,12 @@ int SharedState::lock() {
             return 0;
         }
         // Somebody has removed the file: its lock keeps nobody out who comes later.
-        forget_lock();
+        lock_.close();
     }
 }
 
 void SharedState::unlock() {
-    set_lock(descriptor_, F_UNLCK);
+    set_lock(lock_, F_UNLCK);
 }
 
 void SharedState::begin_change() {
@@ -138,9 +155,7 @@ void SharedState::end_change() {
 }
 
 void SharedState::forget_lock() {
-    if (const int descriptor = std::exchange(descriptor_, -1); descriptor >= 0) {
-        close(descriptor);
-    }
+    lock_.close();
 }
 
 }  // namespace zelva::file

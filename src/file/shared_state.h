@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "file/descriptor.h"
+
 namespace zelva::file {
 
 class SharedState {
@@ -33,9 +35,20 @@ class SharedState {
         return page_.load(std::memory_order_acquire)->changes.load(std::memory_order_acquire);
     }
 
-    /// Waits for the lock. The system frees it if the program dies. 0, or the errno of what failed.
-    int lock();
+    /// Takes the lock, which the system frees if the program dies: waits for it, or gives EAGAIN. 0, or the errno of
+    /// what failed.
+    int lock(bool wait = true);
     void unlock();
+
+    /// Keeps others from changing the store's file for as long as the object lives, where that is possible. Any thread
+    /// may do that, also while another one of this program holds or waits for the lock.
+    class ReadLock {
+      public:
+        explicit ReadLock(const SharedState& state);
+
+      private:
+        const Descriptor file_;
+    };
 
     /// Around a change of the store's file. REQUIRES: the lock is held.
     void begin_change();
@@ -55,7 +68,7 @@ class SharedState {
     int find_out_whether_replaced(bool& is_replaced) const;
 
     const std::string path_;
-    int descriptor_ = -1;  // of the lock
+    Descriptor lock_;
     std::atomic<Page*> page_{nullptr};
     /// All that was ever mapped: another thread may still be reading the counter of a file that has been replaced.
     std::vector<Page*> pages_;

@@ -1,25 +1,21 @@
 #include "file/store_file.h"
 
 #include <fcntl.h>
-#include <limits.h>
-#include <stdlib.h>
-#include <sys/stat.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <cstdint>
-#include <cstdio>
+#include <climits>
 #include <string_view>
 #include <utility>
 
 #include "file/paths.h"
-#include "file/system.h"
+#include "file/replacement.h"
 
 namespace zelva::file {
 
 namespace {
 
-constexpr mode_t new_file_mode = S_IRUSR | S_IWUSR;
+// Without O_NONBLOCK the open would wait for the other end of a FIFO.
+constexpr int open_flags = O_CLOEXEC | O_NONBLOCK;
 
 /// What is known of a file that has been read. One that does not exist reads as empty.
 struct Contents {
@@ -28,202 +24,95 @@ struct Contents {
     std::string text;
 };
 
-Stamp stamp_of(const struct stat& attributes) {
-    return {attributes.st_dev, attributes.st_ino, attributes.st_size, attributes.st_mtim};
-}
-
-/// Whether a file is in the state of this stamp; no file is in the state of an empty one.
+/// Whether a file is in the state of this stamp.
 bool is_stamp_of(const std::string& path, const Stamp& stamp) {
     struct stat attributes {};
-    return ::stat(path.c_str(), &attributes) == 0 ? stamp == stamp_of(attributes) : stamp == Stamp{};
+    return system::stat(path.c_str(), &attributes) == 0 ? stamp == stamp_of(attributes) : stamp == Stamp{};
 }
 
 /// Reads a file, opened as `access` says (O_RDONLY, O_RDWR). 0, also when it does not exist, or the errno of what
 /// failed.
 int read_file(const std::string& path, int access, Contents& contents) {
-    // Without O_NONBLOCK the open would wait for the other end of a FIFO.
-    const Descriptor file(open(path.c_str(), access | O_CLOEXEC | O_NONBLOCK));
+    contents = {};
+    const Descriptor file(system::open(path.c_str(), access | open_flags));
     if (!file.is_open()) {
         return errno == ENOENT ? 0 : errno;
     }
-    if (fstat(file.number(), &contents.attributes) != 0) {
+    if (system::fstat(file.number(), &contents.attributes) != 0) {
         return errno;
     }
     if (!S_ISREG(contents.attributes.st_mode)) {
         return EINVAL;
     }
     contents.exists = true;
-    return read_all(file.number(), contents.text);
+    return read_all(file, contents.text);
 }
 
-/// Calls `use` with each line of a text, without its line feed. A last line without one counts too.
-template <class Use>
-void for_each_line(std::string_view text, Use&& use) {
-    while (!text.empty()) {
-        const std::size_t end = std::min(text.find('\n'), text.size());
-        use(text.substr(0, end));
-        text.remove_prefix(std::min(end + 1, text.size()));
+/// Reads a file that a program might be changing of which nothing is known but the file: until it reads the same twice.
+int read_file_at_rest(const std::string& path, Contents& contents) {
+    constexpr int most_attempts = 10;
+    int error = read_file(path, O_RDONLY, contents);
+    for (int attempt = 0; attempt < most_attempts && error == 0; ++attempt) {
+        Contents again;
+        error = read_file(path, O_RDONLY, again);
+        std::swap(contents, again);
+        if (contents.text == again.text) {
+            break;
+        }
     }
+    return error;
 }
-
-/// The text of the file after the changes.
-std::string changed_text(std::string_view text, const std::vector<Change>& changes) {
-    struct Line {
-        std::string_view text;
-        const Change* change;
-    };
-    std::vector<Line> lines;
-    std::vector<std::size_t> last_line(changes.size(), SIZE_MAX);
-    for_each_line(text, [&](std::string_view line) {
-        const auto entry = read_line(line);
-        const auto change = std::find_if(changes.begin(), changes.end(), [&entry](const Change& candidate) {
-            return entry && entry->key == candidate.key;
-        });
-        if (change != changes.end()) {
-            last_line[static_cast<std::size_t>(change - changes.begin())] = lines.size();
-        }
-        lines.push_back({line, change == changes.end() ? nullptr : &*change});
-    });
-
-    std::string changed;
-    changed.reserve(text.size());
-    const auto write_change = [&changed](const Change& change) {
-        if (change.value) {
-            write_line(change.key, *change.value, changed);
-        }
-    };
-    for (std::size_t i = 0; i < lines.size(); ++i) {
-        if (lines[i].change == nullptr) {
-            changed += lines[i].text;
-            changed += '\n';
-        } else if (last_line[static_cast<std::size_t>(lines[i].change - changes.data())] == i) {
-            write_change(*lines[i].change);
-        }
-    }
-    for (std::size_t i = 0; i < changes.size(); ++i) {
-        if (last_line[i] == SIZE_MAX) {
-            write_change(changes[i]);
-        }
-    }
-    return changed;
-}
-
-/// Makes `path` that of the file to which it leads: links followed, also one whose target does not exist yet. 0, or the
-/// errno of what failed.
-int follow_links(std::string& path) {
-    constexpr int most_links = 40;
-    for (int links = 0; links < most_links; ++links) {
-        std::string target(PATH_MAX, '\0');
-        const ssize_t size = readlink(path.c_str(), target.data(), target.size());
-        if (size < 0) {
-            return errno == EINVAL || errno == ENOENT ? 0 : errno;
-        }
-        target.resize(static_cast<std::size_t>(size));
-        path = target[0] == '/' ? target : path.substr(0, path.rfind('/') + 1) + target;
-    }
-    return ELOOP;
-}
-
-/// A file under construction beside the one that it is to replace. At the end of the object it is gone, or else the
-/// file that it has replaced.
-class Replacement {
-  public:
-    explicit Replacement(std::string path)
-        : path_(std::move(path)),
-          folder_path_(path_.substr(0, path_.rfind('/') + 1)),
-          folder_(open(folder_path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
-          temporary_(folder_path_ + ".zelva-XXXXXX"),
-          file_(mkostemp(temporary_.data(), O_CLOEXEC)),
-          open_error_(folder_.is_open() && file_.is_open() ? 0 : errno) {}
-    Replacement(const Replacement&) = delete;
-    Replacement& operator=(const Replacement&) = delete;
-    ~Replacement() {
-        if (file_.is_open()) {
-            unlink(temporary_.c_str());
-        }
-    }
-
-    /// Gives the file its content and the mode and owner of the one it replaces, brings it to the disk and puts it in
-    /// place, and tells its stamp. 0, or the errno of what failed; then the old file is in place. Takes no memory.
-    int replace(const Contents& old, std::string_view text, Stamp& stamp) {
-        if (open_error_ != 0) {
-            return open_error_;
-        }
-        if (old.exists && fchown(file_.number(), old.attributes.st_uid, old.attributes.st_gid) != 0) {
-            return errno;
-        }
-        const mode_t mode = old.exists ? old.attributes.st_mode & ALLPERMS : new_file_mode;
-        if (fchmod(file_.number(), mode) != 0) {
-            return errno;
-        }
-        if (const int error = write_all(file_.number(), text)) {
-            return error;
-        }
-        struct stat attributes {};
-        if (fstat(file_.number(), &attributes) != 0 || fsync(file_.number()) != 0) {
-            return errno;
-        }
-        // The two files change places, so that they can change back; but for file systems that cannot do that.
-        const unsigned flags = old.exists ? RENAME_EXCHANGE : RENAME_NOREPLACE;
-        if (rename(flags) != 0 && (errno != EINVAL || rename(0) != 0)) {
-            return errno;
-        }
-        if (const int error = sync_folder(folder_.number())) {
-            if (old.exists) {
-                rename(RENAME_EXCHANGE);
-            } else {
-                unlink(path_.c_str());
-            }
-            return error;
-        }
-        stamp = stamp_of(attributes);
-        return 0;
-    }
-
-  private:
-    int rename(unsigned flags) const { return renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, path_.c_str(), flags); }
-
-    const std::string path_;
-    const std::string folder_path_;
-    const Descriptor folder_;
-    std::string temporary_;
-    const Descriptor file_;
-    const int open_error_;
-};
 
 }  // namespace
-
-bool operator==(const Stamp& left, const Stamp& right) {
-    return left.device == right.device && left.inode == right.inode && left.size == right.size &&
-           left.modified.tv_sec == right.modified.tv_sec && left.modified.tv_nsec == right.modified.tv_nsec;
-}
 
 StoreFile::StoreFile(std::string path, std::string shared_path)
     : path_(std::move(path)), shared_(std::make_unique<SharedState>(std::move(shared_path))) {
     // A failure here is met again, and reported, by the first write.
-    if (create_settings_directory() == ZELVA_CORE_STATUS_NO_ERROR) {
-        shared_->open();
+    if (create_settings_directory() == ZELVA_CORE_STATUS_NO_ERROR && shared_->open() == 0 &&
+        shared_->lock(false) == 0) {
+        clean_up();
+        unlock();
     }
 }
 
-zelva_core_status StoreFile::load(const std::function<void(Entry)>& use, Revision& revision) const {
-    // Read before the file, so that a change in between is one too many rather than one missed. During a change the
-    // file may be the old one still.
-    const std::uint64_t counter = shared_ && shared_->has_counter() ? shared_->counter() : 0;
+void StoreFile::clean_up() {
+    if (shared_->counter() % 2 != 0) {
+        shared_->end_change();
+    }
+    std::string path = path_;
+    if (follow_links(path) == 0) {
+        remove_leftover(path);
+    }
+}
+
+zelva_core_status StoreFile::load(bool has_lock, const UseEntry& use, Revision& revision, Layout& layout) const {
+    std::uint64_t counter = 0;
     Contents contents;
-    if (const int error = read_file(path_, O_RDONLY, contents)) {
+    int error = 0;
+    if (!shared_ || has_lock) {
+        counter = shared_ ? shared_->counter() : 0;
+        error = read_file(path_, O_RDONLY, contents);
+    } else if (!shared_->has_counter()) {
+        error = read_file_at_rest(path_, contents);
+    } else {
+        // What is read while the file is being changed may be half of a line.
+        counter = shared_->counter();
+        const bool is_changing = counter % 2 != 0;
+        if (!is_changing) {
+            error = read_file(path_, O_RDONLY, contents);
+        }
+        if (is_changing || counter != shared_->counter()) {
+            const SharedState::ReadLock lock(*shared_);
+            counter = shared_->counter();
+            error = read_file(path_, O_RDONLY, contents);
+        }
+    }
+    if (error != 0) {
         return status_of(error);
     }
-    revision = {counter - counter % 2, stamp_of(contents.attributes)};
-    if (!contents.exists) {
-        return ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
-    }
-    for_each_line(contents.text, [&use](std::string_view line) {
-        if (auto entry = read_line(line)) {
-            use(*std::move(entry));
-        }
-    });
-    return ZELVA_CORE_STATUS_NO_ERROR;
+    revision = {counter - counter % 2, contents.exists ? stamp_of(contents.attributes) : Stamp{}};
+    layout = read_layout(contents.text, use);
+    return contents.exists ? ZELVA_CORE_STATUS_NO_ERROR : ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
 }
 
 bool StoreFile::is_current(const Revision& revision) const {
@@ -241,8 +130,18 @@ zelva_core_status StoreFile::lock() {
     if (const zelva_core_status status = create_settings_directory()) {
         return status;
     }
-    const int error = shared_->lock();
-    return error == 0 ? ZELVA_CORE_STATUS_NO_ERROR : status_of(error);
+    if (const int error = shared_->lock()) {
+        return status_of(error);
+    }
+    try {
+        if (shared_->counter() % 2 != 0) {
+            clean_up();
+        }
+    } catch (...) {
+        unlock();
+        throw;
+    }
+    return ZELVA_CORE_STATUS_NO_ERROR;
 }
 
 void StoreFile::unlock() {
@@ -250,7 +149,6 @@ void StoreFile::unlock() {
 }
 
 bool StoreFile::is_unchanged(const Revision& revision) const {
-    // An odd counter is that of a program that died in the middle of a change.
     return shared_->counter() == revision.counter && is_stamp_of(path_, revision.stamp);
 }
 
@@ -259,21 +157,112 @@ std::uint64_t StoreFile::end_change() {
     return shared_->counter();
 }
 
-zelva_core_status StoreFile::apply(const std::vector<Change>& changes, Stamp& stamp) const {
+zelva_core_status StoreFile::apply(const std::vector<Change>& changes, zelva_core_durability durability, Layout& layout,
+                                   Stamp& stamp, const Placed& placed) {
+    const bool must_rebuild = is_distrusted_ || stamp == Stamp{};
+    const bool is_wasteful = layout.is_wasteful() && layout.dead >= next_compaction_;
+    if (must_rebuild || is_wasteful || layout.is_unterminated) {
+        const int error = rebuild(changes, layout, stamp, placed);
+        if (error == 0 || must_rebuild || stamp == Stamp{}) {
+            return status_of(error);
+        }
+        // Where the folder cannot be written or has no room, the file still can.
+        next_compaction_ = layout.dead + page_size;
+    }
+    return status_of(write_in_place(durability, layout, stamp, [&](Writer& writer) {
+        return changes.front().value ? writer.put(changes, placed) : writer.remove(changes);
+    }));
+}
+
+zelva_core_status StoreFile::flush(bool is_to_be_tidied, Layout& layout, Stamp& stamp, const Placed& placed) {
+    if (stamp == Stamp{}) {
+        return ZELVA_CORE_STATUS_NO_ERROR;  // there is no file
+    }
+    if (is_distrusted_) {
+        return status_of(rebuild({}, layout, stamp, placed));
+    }
+    return status_of(write_in_place(ZELVA_CORE_DURABILITY_FULL, layout, stamp, [is_to_be_tidied](Writer& writer) {
+        return is_to_be_tidied ? writer.tidy() : writer.flush();
+    }));
+}
+
+void StoreFile::cut_padding(Layout& layout, Stamp& stamp) {
+    write_in_place(ZELVA_CORE_DURABILITY_RELAXED, layout, stamp, [](Writer& writer) { return writer.cut_padding(); });
+}
+
+bool StoreFile::has_padding(const Layout& layout) const {
+    return file_.is_open() && !is_distrusted_ && layout.size > layout.text_end && !layout.is_unterminated;
+}
+
+template <class Work>
+int StoreFile::write_in_place(zelva_core_durability durability, Layout& layout, Stamp& stamp, Work&& work) {
+    if (const int error = open(stamp)) {
+        return error;
+    }
+    Writer writer(file_, layout, durability);
+    const int error = std::forward<Work>(work)(writer);
+    is_distrusted_ |= writer.has_failed_to_flush();
+    struct stat attributes {};
+    const bool is_known = !writer.has_failed_to_undo() && system::fstat(file_.number(), &attributes) == 0;
+    stamp = is_known ? stamp_of(attributes) : Stamp{};
+    return error;
+}
+
+int StoreFile::open(const Stamp& stamp) {
+    if (file_.is_open() && is_same_file(opened_, stamp)) {
+        return 0;
+    }
     std::string path = path_;
     if (const int error = follow_links(path)) {
-        return status_of(error);
+        return error;
+    }
+    Descriptor file(system::open(path.c_str(), O_RDWR | open_flags));
+    struct stat attributes {};
+    if (!file.is_open() || system::fstat(file.number(), &attributes) != 0) {
+        return errno;
+    }
+    if (!(stamp == stamp_of(attributes))) {
+        return ESTALE;
+    }
+    // Who has put the file in its place may have died before that reached the disk. A folder that cannot be read cannot
+    // be brought to the disk.
+    if (const int error = sync_folder(folder_of(path)); error != 0 && error != EACCES) {
+        return error;
+    }
+    file_ = std::move(file);
+    opened_ = stamp;
+    return 0;
+}
+
+int StoreFile::rebuild(const std::vector<Change>& changes, Layout& layout, Stamp& stamp, const Placed& placed) {
+    std::string path = path_;
+    if (const int error = follow_links(path)) {
+        return error;
     }
     // One that its owner has made read-only is not to be replaced, hence the access.
     Contents old;
     if (const int error = read_file(path, O_RDWR, old)) {
-        return status_of(error);
+        return error;
     }
-    const std::string text = changed_text(old.text, changes);
-    if (const int error = Replacement(path).replace(old, text, stamp)) {
-        return status_of(error);
+    Compacted result = compacted(old.text, changes);
+    if (result.text.size() > INT_MAX) {
+        return EFBIG;
     }
-    return ZELVA_CORE_STATUS_NO_ERROR;
+    Replacement replacement(path);
+    if (const int error = replacement.replace(old.exists ? &old.attributes : nullptr, result.text, stamp)) {
+        return error;
+    }
+    file_ = replacement.take();
+    opened_ = stamp;
+    is_distrusted_ = false;
+    next_compaction_ = 0;
+    layout = std::move(result.layout);
+    layout.is_flushed = true;
+    layout.is_end_flushed = true;
+    for (const auto& [key, line] : result.lines) {
+        placed(key, line);
+    }
+    return 0;
 }
 
 void StoreFile::forget_lock() {

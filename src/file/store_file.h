@@ -1,41 +1,28 @@
-// A store's file on disk.
+// A store's file on disk. It is changed in place, a line at a time (writer.h), and replaced as a whole (replacement.h)
+// where that cannot be or no longer pays: when there is none yet, when it has become wasteful, when it cannot be
+// trusted since a flush has failed, and when a person has left it without a line feed at its end.
 #pragma once
 
-#include <sys/types.h>
 #include <zelva/core.h>
+#include <zelva/settings.h>
 
 #include <cstdint>
-#include <ctime>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
-#include "file/line.h"
+#include "file/descriptor.h"
+#include "file/layout.h"
 #include "file/shared_state.h"
+#include "file/stamp.h"
+#include "file/writer.h"
 
 namespace zelva::file {
 
-/// A key that gets a value, or loses the one it has.
-struct Change {
-    std::string key;
-    std::optional<value::Value> value;
-};
-
-/// Tells one state of a file from another.
-struct Stamp {
-    dev_t device;
-    ino_t inode;
-    off_t size;
-    timespec modified;
-};
-bool operator==(const Stamp& left, const Stamp& right);
-
 /// The state of the file that a program has read or written last.
 struct Revision {
-    std::uint64_t counter;
+    std::uint64_t counter = 0;
     Stamp stamp;
 };
 
@@ -50,11 +37,12 @@ class StoreFile {
     /// opened, the store can still be read.
     StoreFile(std::string path, std::string shared_path);
 
-    /// Reads the file and hands over its entries in order; of a key that has several, the last one counts.
+    /// Reads the file and hands over its entries in order; of a key that has several, the last one counts. May wait for
+    /// another program that is changing the file, unless the lock is held.
     ///
     /// ZELVA_CORE_STATUS_SETTING_NOT_PRESENT when there is no file; ZELVA_CORE_STATUS_IO_FAILED when it cannot be read
     /// or is no regular file.
-    zelva_core_status load(const std::function<void(Entry)>& use, Revision& revision) const;
+    zelva_core_status load(bool has_lock, const UseEntry& use, Revision& revision, Layout& layout) const;
 
     /// Whether no program has finished a change since this revision. Costs no system call, but where the counter cannot
     /// be read: then it looks at the file.
@@ -73,20 +61,48 @@ class StoreFile {
     void begin_change() { shared_->begin_change(); }
     std::uint64_t end_change();
 
-    /// Makes all the changes or, on any status but ZELVA_CORE_STATUS_NO_ERROR, none. A changed entry keeps its place,
-    /// a new one goes to the end in the order given, and every other line stays as it is. When it returns, the changes
-    /// have reached the disk, and `stamp` is that of the file. Creates the file if need be.
+    /// Makes all the changes or, on any status but ZELVA_CORE_STATUS_NO_ERROR, none, and tells the lines that entries
+    /// have got. They have then reached the disk if `durability` is full. Creates the file if need be. `layout` and
+    /// `stamp` are those of the file, before and after.
+    ///
+    /// Either each change gives a value, and the last one makes the others count (a value its default); or each takes
+    /// one away, and the first one does (the value, from its default).
     ///
     /// REQUIRES: a change has begun; the keys are distinct, and those that get a value can be written (is_key,
     /// is_storable).
-    zelva_core_status apply(const std::vector<Change>& changes, Stamp& stamp) const;
+    zelva_core_status apply(const std::vector<Change>& changes, zelva_core_durability durability, Layout& layout,
+                            Stamp& stamp, const Placed& placed);
+
+    /// Makes sure that all that the file means has reached the disk, and then, if it is to be tidied, withdraws
+    /// replaced lines. REQUIRES: a change has begun.
+    zelva_core_status flush(bool is_to_be_tidied, Layout& layout, Stamp& stamp, const Placed& placed);
+
+    /// Whether this object has written the file and there is padding at its end.
+    bool has_padding(const Layout& layout) const;
+
+    /// Takes away the padding; a failure leaves it there. REQUIRES: a change has begun.
+    void cut_padding(Layout& layout, Stamp& stamp);
 
     /// In the child after fork().
     void forget_lock();
 
   private:
+    /// Removes what a program has left behind that died while it held the lock. REQUIRES: the lock is held.
+    void clean_up();
+
+    // These return 0 or the errno of what failed.
+    int open(const Stamp& stamp);
+    int rebuild(const std::vector<Change>& changes, Layout& layout, Stamp& stamp, const Placed& placed);
+    template <class Work>
+    int write_in_place(zelva_core_durability durability, Layout& layout, Stamp& stamp, Work&& work);
+
     const std::string path_;
     const std::unique_ptr<SharedState> shared_;
+
+    Descriptor file_;                  // open for writing
+    Stamp opened_;                     // tells which file that is
+    bool is_distrusted_ = false;       // a flush has failed since it was written as a whole
+    std::size_t next_compaction_ = 0;  // after one that failed: not before there are so many dead bytes
 };
 
 }  // namespace zelva::file

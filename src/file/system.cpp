@@ -1,42 +1,72 @@
 #include "file/system.h"
 
-#include <cerrno>
+#include <fcntl.h>
+#include <stdio.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
-namespace zelva::file {
+namespace zelva::file::system {
 
-zelva_core_status status_of(int error) {
-    return error == ENOMEM ? ZELVA_CORE_STATUS_ALLOC_FAILED : ZELVA_CORE_STATUS_IO_FAILED;
+int open(const char* path, int flags, mode_t mode) {
+    return ::open(path, flags, mode);
+}
+int close(int descriptor) {
+    return ::close(descriptor);
+}
+int stat(const char* path, struct stat* attributes) {
+    return ::stat(path, attributes);
+}
+int fstat(int descriptor, struct stat* attributes) {
+    return ::fstat(descriptor, attributes);
+}
+ssize_t pread(int descriptor, void* buffer, std::size_t size, off_t offset) {
+    return ::pread(descriptor, buffer, size, offset);
+}
+ssize_t pwrite(int descriptor, const void* buffer, std::size_t size, off_t offset) {
+    return ::pwrite(descriptor, buffer, size, offset);
+}
+int ftruncate(int descriptor, off_t size) {
+    return ::ftruncate(descriptor, size);
+}
+int fsync(int descriptor) {
+    return ::fsync(descriptor);
+}
+int fdatasync(int descriptor) {
+    return ::fdatasync(descriptor);
+}
+int fchmod(int descriptor, mode_t mode) {
+    return ::fchmod(descriptor, mode);
+}
+int fchown(int descriptor, uid_t user, gid_t group) {
+    return ::fchown(descriptor, user, group);
+}
+int chmod(const char* path, mode_t mode) {
+    return ::chmod(path, mode);
+}
+int mkdir(const char* path, mode_t mode) {
+    return ::mkdir(path, mode);
+}
+int renameat2(const char* from, const char* to, unsigned flags) {
+    return ::renameat2(AT_FDCWD, from, AT_FDCWD, to, flags);
+}
+int unlink(const char* path) {
+    return ::unlink(path);
+}
+ssize_t readlink(const char* path, char* target, std::size_t size) {
+    return ::readlink(path, target, size);
+}
+int lock(int descriptor, short type, bool wait) {
+    struct flock lock {};
+    lock.l_type = type;
+    lock.l_whence = SEEK_SET;
+    return fcntl(descriptor, wait ? F_OFD_SETLKW : F_OFD_SETLK, &lock);
+}
+void* map(int descriptor, std::size_t size, int protection) {
+    void* const memory = mmap(nullptr, size, protection, MAP_SHARED, descriptor, 0);
+    return memory == MAP_FAILED ? nullptr : memory;
+}
+int unmap(void* memory, std::size_t size) {
+    return munmap(memory, size);
 }
 
-int sync_folder(int descriptor) {
-    return fsync(descriptor) == 0 || errno == EINVAL ? 0 : errno;
-}
-
-int read_all(int descriptor, std::string& out) {
-    constexpr std::size_t step = 65536;
-    for (;;) {
-        const std::size_t size = out.size();
-        out.resize(size + step);
-        const ssize_t count = read(descriptor, &out[size], step);
-        out.resize(size + (count > 0 ? static_cast<std::size_t>(count) : 0));
-        if (count == 0) {
-            return 0;
-        }
-        if (count < 0 && errno != EINTR) {
-            return errno;
-        }
-    }
-}
-
-int write_all(int descriptor, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t count = write(descriptor, text.data(), text.size());
-        if (count < 0 && errno != EINTR) {
-            return errno;
-        }
-        text.remove_prefix(count > 0 ? static_cast<std::size_t>(count) : 0);
-    }
-    return 0;
-}
-
-}  // namespace zelva::file
+}  // namespace zelva::file::system

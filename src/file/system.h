@@ -1,44 +1,39 @@
-// The system's files: descriptors that close themselves, and the one place that turns errno into a status.
+// What the layer asks of the system's files. All of its calls that reach a disk, or another program, go through these
+// functions, so that tests can link others in their place: ones that fail, that stop the process, or that keep the
+// files of a simulated disk.
+//
+// Each does what the function of the C library of the same name does, errno included.
 #pragma once
 
-#include <unistd.h>
-#include <zelva/core.h>
+#include <sys/stat.h>
+#include <sys/types.h>
 
-#include <string>
-#include <string_view>
+#include <cstddef>
 
-namespace zelva::file {
+namespace zelva::file::system {
 
-/// The status for a failed system call: ZELVA_CORE_STATUS_ALLOC_FAILED for want of memory, otherwise
-/// ZELVA_CORE_STATUS_IO_FAILED.
-zelva_core_status status_of(int error);
+int open(const char* path, int flags, mode_t mode = 0);
+int close(int descriptor);
+int stat(const char* path, struct stat* attributes);
+int fstat(int descriptor, struct stat* attributes);
+ssize_t pread(int descriptor, void* buffer, std::size_t size, off_t offset);
+ssize_t pwrite(int descriptor, const void* buffer, std::size_t size, off_t offset);
+int ftruncate(int descriptor, off_t size);
+int fsync(int descriptor);
+int fdatasync(int descriptor);
+int fchmod(int descriptor, mode_t mode);
+int fchown(int descriptor, uid_t user, gid_t group);
+int chmod(const char* path, mode_t mode);
+int mkdir(const char* path, mode_t mode);
+int renameat2(const char* from, const char* to, unsigned flags);
+int unlink(const char* path);
+ssize_t readlink(const char* path, char* target, std::size_t size);
 
-/// An open file, closed with its object.
-class Descriptor {
-  public:
-    explicit Descriptor(int number) : number_(number) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() {
-        if (is_open()) {
-            close(number_);
-        }
-    }
+/// fcntl with F_OFD_SETLKW, or F_OFD_SETLK when it is not to wait. `type` is F_RDLCK, F_WRLCK or F_UNLCK.
+int lock(int descriptor, short type, bool wait);
 
-    bool is_open() const { return number_ >= 0; }
-    int number() const { return number_; }
+/// mmap of a file's beginning, shared with other programs, and munmap. nullptr for MAP_FAILED.
+void* map(int descriptor, std::size_t size, int protection);
+int unmap(void* memory, std::size_t size);
 
-  private:
-    const int number_;
-};
-
-/// Brings a folder's entries to the disk. 0, or the errno of what failed; 0 also on a file system that cannot do that.
-int sync_folder(int descriptor);
-
-/// Reads a file to its end. 0, or the errno of what failed.
-int read_all(int descriptor, std::string& out);
-
-/// Writes all of `text`. 0, or the errno of what failed.
-int write_all(int descriptor, std::string_view text);
-
-}  // namespace zelva::file
+}  // namespace zelva::file::system

@@ -30,6 +30,11 @@ std::string entry_name(std::string_view key, Slot slot) {
     return slot == Slot::value ? std::string(key) : default_name(key);
 }
 
+struct UnlockAtEnd {
+    file::StoreFile& file;
+    ~UnlockAtEnd() { file.unlock(); }
+};
+
 }  // namespace
 
 zelva_core_status Store::open(std::string_view name) {
@@ -45,7 +50,7 @@ zelva_core_status Store::open(std::string_view name) {
     contents.file = kind_ == file::Kind::settings
                         ? std::make_shared<file::StoreFile>(*path, file::shared_state_path(name))
                         : std::make_shared<file::StoreFile>(*path);
-    if (const zelva_core_status status = load(*contents.file, contents)) {
+    if (const zelva_core_status status = load(*contents.file, false, contents)) {
         return status;
     }
     const std::lock_guard lock(memory_);
@@ -53,12 +58,15 @@ zelva_core_status Store::open(std::string_view name) {
     return ZELVA_CORE_STATUS_NO_ERROR;
 }
 
-zelva_core_status Store::load(const file::StoreFile& file, Contents& contents) const {
-    const zelva_core_status status = file.load(
-        [&contents](file::Entry entry) {
-            contents.entries.insert_or_assign(std::string(entry.key), std::move(entry.value));
-        },
-        contents.revision);
+zelva_core_status Store::load(const file::StoreFile& file, bool has_lock, Contents& contents) const {
+    const auto use_entry = [&contents](file::Entry entry, file::Line line) -> std::optional<file::Line> {
+        const auto [place, is_new] = contents.entries.try_emplace(std::string(entry.key));
+        const file::Line earlier = place->second.line;
+        line.has_earlier = !is_new;
+        place->second = {std::move(entry.value), line};
+        return is_new ? std::nullopt : std::optional(earlier);
+    };
+    const zelva_core_status status = file.load(has_lock, use_entry, contents.revision, contents.layout);
     if (status != ZELVA_CORE_STATUS_SETTING_NOT_PRESENT) {
         return status;
     }
@@ -71,23 +79,36 @@ file::Revision Store::revision() const {
     return contents_->revision;
 }
 
+void Store::use(Contents& fresh) {
+    std::swap(contents_->entries, fresh.entries);
+    std::swap(contents_->layout, fresh.layout);
+    contents_->revision = fresh.revision;
+}
+
 zelva_core_status Store::refresh(std::unique_lock<std::mutex>& lock) {
+    const auto is_current = [this] { return !contents_ || contents_->file->is_current(contents_->revision); };
+    if (is_current()) {
+        return ZELVA_CORE_STATUS_NO_ERROR;
+    }
+    lock.unlock();
+    const std::lock_guard refreshing(refreshing_);
+    lock.lock();
+    if (is_current()) {
+        return ZELVA_CORE_STATUS_NO_ERROR;  // another thread has read the file meanwhile
+    }
     // Once is enough: a change that is finished meanwhile is at the same time as this read.
-    if (contents_ && !contents_->file->is_current(contents_->revision)) {
-        const std::shared_ptr<file::StoreFile> file = contents_->file;
-        lock.unlock();
-        Contents fresh{};
-        const zelva_core_status status = load(*file, fresh);
-        lock.lock();
-        if (status != ZELVA_CORE_STATUS_NO_ERROR) {
-            return status;
-        }
-        // Another thread may have closed the store meanwhile, or read the file as well; one that writes relies on what
-        // it has found.
-        if (contents_ && contents_->file == file && !file->is_current(contents_->revision)) {
-            contents_->entries.swap(fresh.entries);
-            contents_->revision = fresh.revision;
-        }
+    const std::shared_ptr<file::StoreFile> file = contents_->file;
+    lock.unlock();
+    Contents fresh{};
+    const zelva_core_status status = load(*file, false, fresh);
+    lock.lock();
+    if (status != ZELVA_CORE_STATUS_NO_ERROR) {
+        return status;
+    }
+    // Another thread may have closed the store meanwhile; or read the file to write it, and relies on what it has
+    // found.
+    if (!is_current() && contents_->file == file) {
+        use(fresh);
     }
     return ZELVA_CORE_STATUS_NO_ERROR;
 }
@@ -104,11 +125,13 @@ zelva_core_status Store::close() {
 
 void Store::before_fork() {
     writing_.lock();
+    refreshing_.lock();
     memory_.lock();
 }
 
 void Store::after_fork_in_parent() {
     memory_.unlock();
+    refreshing_.unlock();
     writing_.unlock();
 }
 
@@ -135,7 +158,7 @@ zelva_core_status Store::look_up(std::unique_lock<std::mutex>& lock, std::string
     return find(key, slot, type, found);
 }
 
-const Value* Store::find(std::string_view name) const {
+const Store::Held* Store::find(std::string_view name) const {
     const auto entry = contents_->entries.find(name);
     return entry == contents_->entries.end() ? nullptr : &entry->second;
 }
@@ -147,11 +170,11 @@ zelva_core_status Store::find(std::string_view key, Slot slot, Type type, const 
     if (!contents_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;
     }
-    const Value* entry = find(key);
+    const Held* entry = find(key);
     if (entry == nullptr) {
         return ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
     }
-    if (type_of(*entry) != type) {
+    if (type_of(entry->value) != type) {
         return ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE;
     }
     if (slot == Slot::default_value) {
@@ -160,11 +183,11 @@ zelva_core_status Store::find(std::string_view key, Slot slot, Type type, const 
             return ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
         }
         // Only a file that a person has edited has a default of another type than its key.
-        if (type_of(*entry) != type) {
+        if (type_of(entry->value) != type) {
             return ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE;
         }
     }
-    found = entry;
+    found = &entry->value;
     return ZELVA_CORE_STATUS_NO_ERROR;
 }
 
@@ -189,44 +212,58 @@ zelva_core_status SettingsStore::change(Rules&& rules) {
         const std::lock_guard lock(memory_);
         return std::forward<Rules>(rules)();
     }
-    struct Unlock {
-        file::StoreFile& file;
-        ~Unlock() { file.unlock(); }
-    };
-    const Unlock unlock{file};
+    const UnlockAtEnd unlock{file};
     if (!file.is_unchanged(revision())) {
-        if (const zelva_core_status status = reload_locked()) {
+        if (const zelva_core_status status = reload(true)) {
             return status;
         }
     }
     return std::forward<Rules>(rules)();
 }
 
-zelva_core_status SettingsStore::reload_locked() {
+zelva_core_status SettingsStore::reload(bool has_lock) {
     Contents fresh{};
-    if (const zelva_core_status status = load(*contents_->file, fresh)) {
+    if (const zelva_core_status status = load(*contents_->file, has_lock, fresh)) {
         return status;
     }
     const std::lock_guard lock(memory_);
-    contents_->entries.swap(fresh.entries);
-    contents_->revision = fresh.revision;
+    use(fresh);
     return ZELVA_CORE_STATUS_NO_ERROR;
 }
 
 zelva_core_status SettingsStore::reload() {
     const std::lock_guard writing(writing_);
-    return contents_ ? reload_locked() : ZELVA_CORE_STATUS_NOT_INITIALIZED;
+    return contents_ ? reload(false) : ZELVA_CORE_STATUS_NOT_INITIALIZED;
 }
 
 zelva_core_status SettingsStore::put(std::string_view key, Slot slot, Value value) {
-    const Value* present = find(key);
+    const Held* present = find(key);
     if (present == nullptr) {
-        return commit({{default_name(key), value}, {std::string(key), std::move(value)}});
+        std::vector<file::Change> changes{change_of(default_name(key), value)};
+        changes.push_back(change_of(std::string(key), std::move(value)));
+        return commit(std::move(changes));
     }
-    if (type_of(*present) != type_of(value)) {
+    if (type_of(present->value) != type_of(value)) {
         return ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE;
     }
-    return commit({{entry_name(key, slot), std::move(value)}});
+    std::string name = entry_name(key, slot);
+    if (slot == Slot::default_value) {
+        present = find(name);
+    }
+    if (present != nullptr && value::is_same(present->value, value)) {
+        // There is nothing to write. But what is there may not have reached the disk.
+        const bool is_durable = contents_->durability == ZELVA_CORE_DURABILITY_FULL;
+        return lock_status_ == ZELVA_CORE_STATUS_NO_ERROR && is_durable && !contents_->layout.is_flushed ? flush(false)
+                                                                                                         : lock_status_;
+    }
+    std::vector<file::Change> changes;
+    changes.push_back(change_of(std::move(name), std::move(value)));
+    return commit(std::move(changes));
+}
+
+file::Change SettingsStore::change_of(std::string name, std::optional<Value> value) const {
+    const Held* present = find(name);
+    return {std::move(name), std::move(value), present == nullptr ? std::nullopt : std::optional(present->line)};
 }
 
 zelva_core_status SettingsStore::copy(Type type, std::string_view old_key, std::string_view new_key) {
@@ -245,8 +282,9 @@ zelva_core_status SettingsStore::remove(std::string_view key) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
     return change([&] {
-        return find(key) == nullptr ? ZELVA_CORE_STATUS_SETTING_NOT_PRESENT
-                                    : commit({{std::string(key), std::nullopt}, {default_name(key), std::nullopt}});
+        return find(key) == nullptr
+                   ? ZELVA_CORE_STATUS_SETTING_NOT_PRESENT
+                   : commit({change_of(std::string(key), std::nullopt), change_of(default_name(key), std::nullopt)});
     });
 }
 
@@ -255,38 +293,108 @@ zelva_core_status SettingsStore::commit(std::vector<file::Change> changes) {
     Entries fresh;
     for (const file::Change& change : changes) {
         if (change.value) {
-            fresh.try_emplace(change.key);
+            fresh.try_emplace(change.key, Held{*change.value, {}});
         }
     }
+    Entries& entries = contents_->entries;
+    const auto placed = [&](std::string_view key, file::Line line) {
+        const auto changed = fresh.find(key);
+        if (changed != fresh.end()) {
+            changed->second.line = line;
+        } else if (const auto entry = entries.find(key); entry != entries.end()) {
+            entry->second.line = line;
+        }
+    };
     if (lock_status_ != ZELVA_CORE_STATUS_NO_ERROR) {
         return lock_status_;
     }
+    return modify([&](file::Stamp& stamp) {
+        const zelva_core_status status =
+            contents_->file->apply(changes, contents_->durability, contents_->layout, stamp, placed);
+        if (status != ZELVA_CORE_STATUS_NO_ERROR) {
+            return status;
+        }
+        const std::lock_guard lock(memory_);
+        for (const file::Change& change : changes) {
+            if (!change.value) {
+                entries.erase(change.key);
+                continue;
+            }
+            const auto insertion = entries.insert(fresh.extract(change.key));
+            if (!insertion.inserted) {
+                std::swap(insertion.position->second, insertion.node.mapped());
+            }
+        }
+        return status;
+    });
+}
+
+zelva_core_status SettingsStore::flush(bool is_to_be_tidied) {
+    return modify([&](file::Stamp& stamp) {
+        Entries& entries = contents_->entries;
+        const auto placed = [&entries](std::string_view key, file::Line line) {
+            if (const auto entry = entries.find(key); entry != entries.end()) {
+                entry->second.line = line;
+            }
+        };
+        return contents_->file->flush(is_to_be_tidied, contents_->layout, stamp, placed);
+    });
+}
+
+template <class Work>
+zelva_core_status SettingsStore::modify(Work&& work) {
     // Other programs learn of the change in the moment in which this one's readers see it, so that nobody here reads
     // the file again.
     struct EndOfChange {
         SettingsStore& store;
+        file::Stamp stamp;
         ~EndOfChange() {
             const std::lock_guard lock(store.memory_);
-            store.contents_->revision.counter = store.contents_->file->end_change();
+            store.contents_->revision = {store.contents_->file->end_change(), stamp};
         }
     };
+    EndOfChange end{*this, revision().stamp};
     contents_->file->begin_change();
-    const EndOfChange end{*this};
-    file::Stamp stamp{};
-    if (const zelva_core_status status = contents_->file->apply(changes, stamp)) {
-        return status;
+    return std::forward<Work>(work)(end.stamp);
+}
+
+zelva_core_status SettingsStore::sync() {
+    return change([&] {
+        const file::Layout& layout = contents_->layout;
+        return lock_status_ == ZELVA_CORE_STATUS_NO_ERROR && !(layout.is_flushed && layout.replaced.empty())
+                   ? flush(true)
+                   : lock_status_;
+    });
+}
+
+zelva_core_status SettingsStore::set_durability(zelva_core_durability durability) {
+    if (durability != ZELVA_CORE_DURABILITY_FULL && durability != ZELVA_CORE_DURABILITY_RELAXED) {
+        return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
-    const std::lock_guard lock(memory_);
-    contents_->revision.stamp = stamp;
-    Entries& entries = contents_->entries;
-    for (file::Change& change : changes) {
-        if (change.value) {
-            entries.insert(fresh.extract(change.key)).position->second = *std::move(change.value);
-        } else {
-            entries.erase(change.key);
+    const std::lock_guard writing(writing_);
+    if (!contents_) {
+        return ZELVA_CORE_STATUS_NOT_INITIALIZED;
+    }
+    contents_->durability = durability;
+    return ZELVA_CORE_STATUS_NO_ERROR;
+}
+
+zelva_core_status SettingsStore::close() {
+    {
+        const std::lock_guard writing(writing_);
+        if (contents_ && contents_->file->has_padding(contents_->layout) &&
+            contents_->file->lock() == ZELVA_CORE_STATUS_NO_ERROR) {
+            const UnlockAtEnd unlock{*contents_->file};
+            // If another program has written the file meanwhile, the padding is for it.
+            if (contents_->file->is_unchanged(revision())) {
+                modify([&](file::Stamp& stamp) {
+                    contents_->file->cut_padding(contents_->layout, stamp);
+                    return ZELVA_CORE_STATUS_NO_ERROR;
+                });
+            }
         }
     }
-    return ZELVA_CORE_STATUS_NO_ERROR;
+    return Store::close();
 }
 
 zelva_core_status SettingsStore::type(std::string_view key, Type& type) {
@@ -300,11 +408,11 @@ zelva_core_status SettingsStore::type(std::string_view key, Type& type) {
     if (!contents_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;
     }
-    const Value* value = find(key);
-    if (value == nullptr) {
+    const Held* entry = find(key);
+    if (entry == nullptr) {
         return ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
     }
-    type = type_of(*value);
+    type = type_of(entry->value);
     return ZELVA_CORE_STATUS_NO_ERROR;
 }
 
@@ -326,21 +434,31 @@ zelva_core_status SettingsStore::list(std::string_view prefix, const std::functi
     return ZELVA_CORE_STATUS_NO_ERROR;
 }
 
+bool SettingsStore::has_keys() const {
+    return std::any_of(contents_->entries.begin(), contents_->entries.end(),
+                       [](const auto& entry) { return !is_reserved(entry.first); });
+}
+
 zelva_core_status SettingsStore::announce_version(unsigned announced, unsigned& stored) {
     if (announced == 0 || announced > INT_MAX) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
     unsigned old = 0;
     const zelva_core_status status = change([&] {
-        const Value* version = find(version_key);
-        if (version != nullptr && !std::holds_alternative<int>(*version)) {
+        const Held* version = find(version_key);
+        if (version != nullptr && !std::holds_alternative<int>(version->value)) {
             return ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE;
         }
         // A version below 1, which only a person can have written, stands for none.
-        const auto present = version == nullptr ? 0U : static_cast<unsigned>(std::max(std::get<int>(*version), 0));
-        old = contents_->entries.empty() ? announced : present;
-        return announced > present ? commit({{std::string(version_key), Value(static_cast<int>(announced))}})
-                                   : ZELVA_CORE_STATUS_NO_ERROR;
+        const auto present =
+            version == nullptr ? 0U : static_cast<unsigned>(std::max(std::get<int>(version->value), 0));
+        old = has_keys() ? present : announced;
+        if (announced <= present) {
+            return ZELVA_CORE_STATUS_NO_ERROR;
+        }
+        std::vector<file::Change> changes;
+        changes.push_back(change_of(std::string(version_key), Value(static_cast<int>(announced))));
+        return commit(std::move(changes));
     });
     if (status != ZELVA_CORE_STATUS_NO_ERROR) {
         return status;

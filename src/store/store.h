@@ -7,6 +7,7 @@
 #pragma once
 
 #include <zelva/core.h>
+#include <zelva/settings.h>
 
 #include <functional>
 #include <map>
@@ -71,13 +72,20 @@ class Store {
     void after_fork_in_child();
 
   protected:
-    using Entries = std::map<std::string, Value, std::less<>>;
+    /// A value, and where it stands in the file. Only the holder of writing_ asks for its line.
+    struct Held {
+        Value value;
+        file::Line line;
+    };
+    using Entries = std::map<std::string, Held, std::less<>>;
 
     /// What there is for as long as the store is open.
     struct Contents {
         std::shared_ptr<file::StoreFile> file;  // shared with readers that read it again
         Entries entries;
-        file::Revision revision;           // of the file that the entries are those of
+        file::Revision revision;  // of the file that the entries are those of
+        file::Layout layout;      // of that file; only the holder of writing_ asks for it
+        zelva_core_durability durability = ZELVA_CORE_DURABILITY_FULL;
         std::optional<Versions> versions;  // since the first announcement
     };
 
@@ -88,8 +96,11 @@ class Store {
     /// meanwhile.
     zelva_core_status refresh(std::unique_lock<std::mutex>& lock);
 
-    /// The file's entries and their revision. Settings without a file have none; for a configuration, INVALID_PARAMS.
-    zelva_core_status load(const file::StoreFile& file, Contents& contents) const;
+    /// The file's entries, layout and revision. Settings without a file have none; for a configuration, INVALID_PARAMS.
+    zelva_core_status load(const file::StoreFile& file, bool has_lock, Contents& contents) const;
+
+    /// Puts what has been read in the place of what there is. REQUIRES: memory_ is held.
+    void use(Contents& fresh);
 
     /// The revision that memory stands for. The holder of writing_ asks under memory_ too: readers change it, and the
     /// entries that it then relies on, when they read the file again.
@@ -103,10 +114,12 @@ class Store {
     zelva_core_status find(std::string_view key, Slot slot, Type type, const Value*& found) const;
 
     /// The entry of this name, if there is one. REQUIRES: the store is open; memory_ or writing_ is held.
-    const Value* find(std::string_view name) const;
+    const Held* find(std::string_view name) const;
 
     /// Held by who opens, closes or changes the store, also while waiting for the disk.
     std::mutex writing_;
+    /// Held by who reads the file again for readers, one at a time. Taken after writing_, before memory_.
+    std::mutex refreshing_;
     /// Guards contents_ between readers and the holder of writing_. Never held while waiting for the disk, so that a
     /// reader does not wait for it either. Not a reader-writer lock: its readers, if there are many, keep a writer
     /// waiting for seconds.
@@ -127,6 +140,14 @@ class ConfigurationStore : public Store {
 class SettingsStore : public Store {
   public:
     SettingsStore() : Store(file::Kind::settings) {}
+
+    /// Closes the store, and leaves the file as a person would.
+    zelva_core_status close();
+
+    zelva_core_status set_durability(zelva_core_durability durability);
+
+    /// Makes all that was set durable.
+    zelva_core_status sync();
 
     /// Gives a key a value, or a default. A key that is absent gets both.
     zelva_core_status write(std::string_view key, Slot slot, Value value);
@@ -158,13 +179,27 @@ class SettingsStore : public Store {
     zelva_core_status change(Rules&& rules);
 
     /// Reads the file again, whatever is known of it. REQUIRES: writing_ is held.
-    zelva_core_status reload_locked();
+    zelva_core_status reload(bool has_lock);
+
+    /// Whether there is a key. A default alone is none. REQUIRES: the store is open; writing_ is held.
+    bool has_keys() const;
 
     /// Writes a value that has been judged. REQUIRES: within change().
     zelva_core_status put(std::string_view key, Slot slot, Value value);
 
+    /// What is to become of an entry.
+    file::Change change_of(std::string name, std::optional<Value> value) const;
+
     /// Makes the changes in the file and then in memory, or not at all. REQUIRES: within change().
     zelva_core_status commit(std::vector<file::Change> changes);
+
+    /// Makes sure that the file has reached the disk. REQUIRES: within change().
+    zelva_core_status flush(bool is_to_be_tidied);
+
+    /// Calls `work` with the file's stamp, which it may change with the file, as it may the layout. Other programs then
+    /// read the file again. REQUIRES: within change(), with the lock of the file.
+    template <class Work>
+    zelva_core_status modify(Work&& work);
 
     /// Why the file cannot be changed, if so, for commit() to report: the rules decide first.
     zelva_core_status lock_status_ = ZELVA_CORE_STATUS_NO_ERROR;

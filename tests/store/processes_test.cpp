@@ -180,7 +180,7 @@ BOOST_AUTO_TEST_CASE(a_program_that_died_in_the_middle_of_a_change_holds_nobody_
 
     const OpenStore store("k = I1\n");
     BOOST_CHECK_EQUAL(Value(1), value_of("k"));
-    BOOST_CHECK_EQUAL(odd, counter());
+    BOOST_CHECK(counter() > odd && counter() % 2 == 0);
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
     BOOST_CHECK(counter() > odd && counter() % 2 == 0);
     BOOST_CHECK_EQUAL(0, set_elsewhere("k", 3));

@@ -308,7 +308,7 @@ BOOST_AUTO_TEST_CASE(numbers_do_not_depend_on_the_locale, *boost::unit_test::pre
         BOOST_CHECK_EQUAL(Value(1.0), value_of("c"));
         BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2.25));
         BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("j", Json{"0.5"}));
-        BOOST_CHECK_EQUAL("k = D2.25\nc = D1,5\nDEFAULT_j = J0.5\nj = J0.5\n", OpenStore::file());
+        BOOST_CHECK_EQUAL("c = D1,5\nk = D2.25\nDEFAULT_j = J0.5\nj = J0.5\n", OpenStore::file());
     }
     std::setlocale(LC_ALL, "C");
 }

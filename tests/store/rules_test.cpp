@@ -531,7 +531,7 @@ BOOST_AUTO_TEST_CASE(the_old_version_tells_what_there_is_to_migrate) {
         {"# only a comment\n", 4},
         {"rejected\n", 4},
         {"k = I1\n", 0},
-        {"DEFAULT_k = I1\n", 0},
+        {"DEFAULT_k = I1\n", 4},
         {"Version = I3\n", 3},
         {"Version = I4\n", 4},
         {"Version = I9\n", 9},

@@ -180,6 +180,10 @@ std::string read_file(const std::string& path) {
     return text.str();
 }
 
+bool is_campaign() {
+    return getenv("ZELVA_CORE_CAMPAIGN") != nullptr;
+}
+
 std::string shown(const std::string& text) {
     std::ostringstream out;
     for (const char c : text) {
@@ -202,6 +206,21 @@ OpenStore::~OpenStore() {
     zelva_core_settings_deinit();
     std::error_code error;
     std::filesystem::remove_all(store_path(), error);
+}
+
+std::string OpenStore::file() {
+    std::istringstream file(read_file(store_path()));
+    std::string text;
+    std::string blank;
+    for (std::string line; std::getline(file, line);) {
+        const bool is_withdrawn = !line.empty() && line[0] == '=';
+        if (line.empty()) {
+            blank += '\n';
+        } else if (!is_withdrawn) {
+            text += std::exchange(blank, "") + line + '\n';
+        }
+    }
+    return text;
 }
 
 void OpenStore::restart() {

@@ -36,6 +36,9 @@ std::string configuration_path(const std::string& name = "test");
 void write_file(const std::string& path, const std::string& text);
 std::string read_file(const std::string& path);
 
+/// Whether this is a release run (scripts/campaign): the same checks at a larger size.
+bool is_campaign();
+
 /// Turns NULs and other bytes that a report would lose into escapes.
 std::string shown(const std::string& text);
 
@@ -48,7 +51,8 @@ class OpenStore {
     OpenStore& operator=(const OpenStore&) = delete;
 
     static void restart();
-    static std::string file() { return read_file(store_path()); }
+    /// The file's text, but for withdrawn lines and the padding.
+    static std::string file();
 };
 
 /// What a get gives: a status, and the value when it is ZELVA_CORE_STATUS_NO_ERROR.

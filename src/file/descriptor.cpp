@@ -1,0 +1,66 @@
+#include "file/descriptor.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+
+namespace zelva::file {
+
+zelva_core_status status_of(int error) {
+    return error == 0        ? ZELVA_CORE_STATUS_NO_ERROR
+           : error == ENOMEM ? ZELVA_CORE_STATUS_ALLOC_FAILED
+                             : ZELVA_CORE_STATUS_IO_FAILED;
+}
+
+int sync_folder(const std::string& path) {
+    const Descriptor folder(system::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder.is_open()) {
+        return errno;
+    }
+    return system::fsync(folder.number()) == 0 || errno == EINVAL ? 0 : errno;
+}
+
+int read_all(const Descriptor& file, std::string& out) {
+    constexpr std::size_t step = 65536;
+    constexpr std::size_t most = INT_MAX;
+    struct stat attributes {};
+    if (system::fstat(file.number(), &attributes) != 0) {
+        return errno;
+    }
+    const auto expected = static_cast<std::size_t>(std::max<off_t>(attributes.st_size, 0));
+    for (std::size_t room = expected + 1;; room = step) {
+        const std::size_t size = out.size();
+        if (size + room > most) {
+            return EFBIG;
+        }
+        out.resize(size + room);
+        const ssize_t count = system::pread(file.number(), &out[size], room, static_cast<off_t>(size));
+        out.resize(size + (count > 0 ? static_cast<std::size_t>(count) : 0));
+        if (count == 0) {
+            return 0;
+        }
+        if (count < 0 && errno != EINTR) {
+            return errno;
+        }
+    }
+}
+
+int write_at(const Descriptor& file, std::size_t offset, std::string_view text, std::size_t& written) {
+    written = 0;
+    while (written < text.size()) {
+        const ssize_t count = system::pwrite(file.number(), text.data() + written, text.size() - written,
+                                             static_cast<off_t>(offset + written));
+        if (count == 0) {
+            return EIO;
+        }
+        if (count < 0 && errno != EINTR) {
+            return errno;
+        }
+        written += count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
+    return 0;
+}
+
+}  // namespace zelva::file

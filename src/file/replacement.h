@@ -1,0 +1,53 @@
+// A file that takes the place of another one as a whole.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "file/descriptor.h"
+#include "file/stamp.h"
+
+namespace zelva::file {
+
+/// Makes `path` that of the file to which it leads: links followed, also one whose target does not exist yet. 0, or the
+/// errno of what failed.
+int follow_links(std::string& path);
+
+/// The folder of a file, its separator included.
+std::string folder_of(const std::string& path);
+
+/// Removes what a program that died while it was replacing the file has left beside it. REQUIRES: the store's lock.
+void remove_leftover(const std::string& path);
+
+/// A file under construction beside the one that it is to replace. REQUIRES: the store's lock, for as long as the
+/// object lives; `path` leads over no link.
+class Replacement {
+  public:
+    explicit Replacement(std::string path);
+    Replacement(const Replacement&) = delete;
+    Replacement& operator=(const Replacement&) = delete;
+
+    /// The new file, or else the one that it has replaced, is removed.
+    ~Replacement();
+
+    /// Gives the file its content and the mode and owner of the one that it replaces (nullptr: there is none), brings
+    /// it to the disk, puts it in place, and tells its stamp.
+    ///
+    /// 0, or the errno of what failed. Then the old file is in place, or, if not even that could be made so, nobody
+    /// knows, and `stamp` becomes that of no file. Takes no memory.
+    int replace(const struct stat* old, std::string_view text, Stamp& stamp);
+
+    /// The open new file.
+    Descriptor take() { return std::move(file_); }
+
+  private:
+    int rename(unsigned flags) const;
+
+    const std::string path_;
+    const std::string folder_;
+    const std::string temporary_;
+    Descriptor file_;
+    const int open_error_;
+};
+
+}  // namespace zelva::file

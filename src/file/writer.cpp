@@ -1,0 +1,345 @@
+#include "file/writer.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <utility>
+
+namespace zelva::file {
+
+namespace {
+
+constexpr std::string_view mark_of_withdrawal = "=";
+
+bool is_full(int error) {
+    return error == ENOSPC || error == EDQUOT;
+}
+
+}  // namespace
+
+int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
+    // Everything is made ready before the file changes: there may be no memory later.
+    std::vector<std::string> texts;
+    std::vector<Line> lines;
+    std::size_t size = 0;
+    for (const Change& change : changes) {
+        texts.push_back(lines_of(&change, &change + 1));
+        lines.push_back({0, static_cast<std::uint32_t>(texts.back().size()), false});
+        size += texts.back().size();
+    }
+    if (size + layout_.size + 2 * page_size > INT_MAX) {
+        return EFBIG;
+    }
+    if (size <= sector_size) {
+        texts = {lines_of(changes.data(), changes.data() + changes.size())};
+    }
+    layout_.replaced.reserve(layout_.replaced.size() + 2 * changes.size());
+
+    const auto leave_replaced = [this](const Line& line) {
+        layout_.replaced.push_back(line);
+        layout_.live -= line.size;
+        layout_.dead += line.size;
+    };
+    std::size_t next = 0;  // of the lines
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        const bool is_last = i + 1 == texts.size();
+        std::size_t offset = 0;
+        int error = append(texts[i], is_last, offset);
+        if (is_full(error) && (error = cut_withdrawn()) == 0) {
+            error = append(texts[i], is_last, offset);
+        }
+        if (is_full(error) && texts.size() == 1 && size <= sector_size) {
+            error = reuse(texts[i], changes, offset);
+        }
+        if (error != 0) {
+            std::for_each(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(next), leave_replaced);
+            return error;
+        }
+        for (const std::size_t end = offset + texts[i].size(); offset < end; offset += lines[next++].size) {
+            lines[next].offset = static_cast<std::uint32_t>(offset);
+            layout_.live += lines[next].size;
+        }
+    }
+    for (std::size_t i = 0; i < changes.size(); ++i) {
+        const auto& old = changes[i].line;
+        if (!old) {
+            continue;
+        }
+        if (lines[i].offset < old->offset) {
+            // The new line has found room before the old one, which counts until it is withdrawn.
+            if (const int error = withdraw(*old, true)) {
+                leave_replaced(lines[i]);
+                return error;
+            }
+            layout_.live -= old->size;
+            layout_.dead += old->size;
+        } else if (!is_durable() || mark(*old) != 0) {
+            lines[i].has_earlier = true;
+            leave_replaced(*old);
+        } else {
+            lines[i].has_earlier = old->has_earlier;
+            layout_.live -= old->size;
+            layout_.dead += old->size;
+        }
+    }
+    for (std::size_t i = 0; i < changes.size(); ++i) {
+        placed(changes[i].key, lines[i]);
+    }
+    return 0;
+}
+
+int Writer::append(const std::string& text, bool is_last, std::size_t& offset) {
+    if (layout_.is_damaged) {
+        int error = cut(layout_.text_end);
+        if (error == 0) {
+            error = flush();
+        }
+        if (error != 0) {
+            return error;
+        }
+        layout_.is_damaged = false;
+    }
+    if (layout_.is_unterminated) {
+        int error = extend(layout_.size + 1);
+        if (error == 0) {
+            error = flush();
+        }
+        if (error != 0) {
+            return error;
+        }
+        layout_.is_unterminated = false;
+        ++layout_.text_end;
+        ++layout_.live;
+    }
+    return text.size() <= sector_size ? append_short(text, is_last, offset) : append_long(text, is_last, offset);
+}
+
+int Writer::append_short(std::string_view text, bool is_last, std::size_t& offset) {
+    static const std::string padding(sector_size, '\n');
+    offset = layout_.text_end;
+    if (offset % sector_size + text.size() > sector_size) {
+        offset = rounded_up(offset, sector_size);
+    }
+    if (const int error = extend(offset + text.size())) {
+        return error;
+    }
+    int error = write(offset, text);
+    if (error == 0 && (is_durable() || !is_last)) {
+        error = flush();
+    } else {
+        layout_.is_flushed = false;
+    }
+    if (error != 0) {
+        undo(offset, std::string_view(padding).substr(0, text.size()));
+        return error;
+    }
+    layout_.dead += offset - layout_.text_end;
+    layout_.text_end = offset + text.size();
+    return 0;
+}
+
+int Writer::append_long(std::string text, bool is_last, std::size_t& offset) {
+    const bool is_aligned = layout_.size % page_size == 0;
+    int error = is_aligned ? 0 : extend(layout_.size + 1);
+    if (error == 0 && (!is_aligned || !layout_.is_end_flushed)) {
+        error = flush();
+    }
+    if (error != 0) {
+        return error;
+    }
+    offset = layout_.size;
+    const std::size_t size = text.size();
+    const char first = std::exchange(text[0], mark_of_withdrawal[0]);
+    text.resize(rounded_up(size, page_size), '\n');
+    layout_.size = offset + text.size();
+    layout_.is_flushed = false;
+    error = write(offset, text);
+    if (error == 0) {
+        error = flush();
+    }
+    if (error != 0) {
+        has_failed_to_undo_ |= cut(offset) != 0;
+        return error;
+    }
+    layout_.dead += offset + size - layout_.text_end;
+    layout_.text_end = offset + size;
+
+    error = write(offset, std::string_view(&first, 1));
+    if (error == 0 && (is_durable() || !is_last)) {
+        error = flush();
+    } else {
+        layout_.is_flushed = false;
+    }
+    if (error != 0) {
+        undo(offset, mark_of_withdrawal);
+        return error;
+    }
+    layout_.dead -= size;
+    return 0;
+}
+
+int Writer::reuse(std::string_view text, const std::vector<Change>& changes, std::size_t& offset) {
+    std::string file;
+    if (const int error = read_all(file_, file)) {
+        return error;
+    }
+    const auto patch = fitted_into_withdrawn(std::string_view(file).substr(0, layout_.text_end), text);
+    if (!patch) {
+        return ENOSPC;
+    }
+    // Old lines that stand behind the new one would count. A default that means nothing yet is withdrawn first; the
+    // value itself when the new line is on the disk.
+    int error = changes.back().line && changes.back().line->has_earlier ? tidy() : 0;
+    for (std::size_t i = 0; i + 1 < changes.size() && error == 0; ++i) {
+        error = changes[i].line ? mark(*changes[i].line) : 0;
+    }
+    if (error == 0) {
+        error = flush();
+    }
+    if (error != 0) {
+        return error;
+    }
+    error = write(patch->offset, patch->bytes);
+    if (error == 0) {
+        error = flush();
+    }
+    if (error != 0) {
+        undo(patch->offset, std::string_view(file).substr(patch->offset, patch->bytes.size()));
+        return error;
+    }
+    offset = patch->text_offset;
+    layout_.dead -= std::min(layout_.dead, text.size());
+    return 0;
+}
+
+int Writer::remove(const std::vector<Change>& changes) {
+    layout_.replaced.reserve(layout_.replaced.size() + changes.size());
+    const Line& value = *changes.front().line;
+    int error = 0;
+    if (value.has_earlier) {
+        // They would come to count.
+        error = tidy();
+        if (error == 0) {
+            error = flush();
+        }
+        if (error != 0) {
+            return error;
+        }
+    }
+    error = withdraw(value, is_durable());
+    if (error != 0) {
+        return error;
+    }
+    for (const Change& change : changes) {
+        if (!change.line) {
+            continue;
+        }
+        layout_.live -= change.line->size;
+        layout_.dead += change.line->size;
+        if (&change != &changes.front() && (!is_durable() || mark(*change.line) != 0)) {
+            layout_.replaced.push_back(*change.line);
+        }
+    }
+    return 0;
+}
+
+int Writer::withdraw(const Line& line, bool is_durable) {
+    char first = 0;
+    while (system::pread(file_.number(), &first, 1, static_cast<off_t>(line.offset)) != 1) {
+        if (errno != EINTR) {
+            return errno;
+        }
+    }
+    int error = mark(line);
+    if (error == 0 && is_durable) {
+        error = flush();
+    } else {
+        layout_.is_flushed = false;
+    }
+    if (error != 0) {
+        undo(line.offset, std::string_view(&first, 1));
+    }
+    return error;
+}
+
+int Writer::tidy() {
+    int error = layout_.is_flushed ? 0 : flush();
+    for (auto line = layout_.replaced.begin(); line != layout_.replaced.end() && error == 0; ++line) {
+        error = mark(*line);
+    }
+    if (error == 0) {
+        layout_.replaced.clear();
+    }
+    return error;
+}
+
+int Writer::cut_withdrawn() {
+    std::string file;
+    if (const int error = read_all(file_, file)) {
+        return error;
+    }
+    const std::size_t end = live_end(file);
+    if (end >= layout_.text_end) {
+        return ENOSPC;
+    }
+    int error = cut(end);
+    if (error == 0) {
+        error = flush();
+    }
+    return error;
+}
+
+int Writer::extend(std::size_t size) {
+    if (size <= layout_.size) {
+        return 0;
+    }
+    if (!layout_.is_end_flushed) {
+        if (const int error = flush()) {
+            return error;
+        }
+    }
+    const std::string padding(rounded_up(size, page_size) - layout_.size, '\n');
+    std::size_t written = 0;
+    const int error = write_at(file_, layout_.size, padding, written);
+    layout_.size += written;
+    return layout_.size >= size ? 0 : error;
+}
+
+int Writer::cut(std::size_t size) {
+    if (system::ftruncate(file_.number(), static_cast<off_t>(size)) != 0) {
+        return errno;
+    }
+    layout_.size = size;
+    layout_.is_flushed = false;
+    layout_.is_end_flushed = false;
+    if (size < layout_.text_end) {
+        layout_.dead -= std::min(layout_.dead, layout_.text_end - size);
+        layout_.text_end = size;
+    }
+    return 0;
+}
+
+int Writer::flush() {
+    if (system::fdatasync(file_.number()) != 0) {
+        has_failed_to_flush_ = true;
+        return errno;
+    }
+    layout_.is_flushed = true;
+    layout_.is_end_flushed = true;
+    return 0;
+}
+
+int Writer::mark(const Line& line) {
+    return write(line.offset, mark_of_withdrawal);
+}
+
+int Writer::write(std::size_t offset, std::string_view bytes) {
+    std::size_t written = 0;
+    return write_at(file_, offset, bytes, written);
+}
+
+void Writer::undo(std::size_t offset, std::string_view bytes) {
+    has_failed_to_undo_ |= write(offset, bytes) != 0;
+}
+
+}  // namespace zelva::file
