@@ -52,6 +52,7 @@ struct Layout {
     bool is_unterminated = false;  // the last line has no line feed: a person has written it
     bool is_damaged = false;       // there is damage after text_end
     bool is_flushed = false;       // all that it means has certainly reached the disk
+    std::size_t settled_end = 0;   // before it, what lines have replaced is certainly withdrawn on the disk, too
     bool is_end_flushed = false;   // and so has its size, if something has been cut off
 
     /// Whether a file without its dead bytes is worth writing.

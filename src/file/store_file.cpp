@@ -259,6 +259,7 @@ int StoreFile::rebuild(const std::vector<Change>& changes, Layout& layout, Stamp
     layout = std::move(result.layout);
     layout.is_flushed = true;
     layout.is_end_flushed = true;
+    layout.settled_end = layout.text_end;
     for (const auto& [key, line] : result.lines) {
         placed(key, line);
     }

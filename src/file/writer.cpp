@@ -30,7 +30,7 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
     if (size + layout_.size + 2 * page_size > INT_MAX) {
         return EFBIG;
     }
-    if (size <= sector_size) {
+    if (size < sector_size) {
         texts = {lines_of(changes.data(), changes.data() + changes.size())};
     }
     layout_.replaced.reserve(layout_.replaced.size() + 2 * changes.size());
@@ -60,6 +60,7 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
             layout_.live += lines[next].size;
         }
     }
+    layout_.settled_end = std::min<std::size_t>(layout_.settled_end, lines.front().offset);
     for (std::size_t i = 0; i < changes.size(); ++i) {
         const auto& old = changes[i].line;
         if (!old) {
@@ -119,6 +120,11 @@ int Writer::append_short(std::string_view text, bool is_last, std::size_t& offse
     offset = layout_.text_end;
     if (offset % sector_size + text.size() > sector_size) {
         offset = rounded_up(offset, sector_size);
+    }
+    if (offset % sector_size == 0 && text.size() < sector_size) {
+        // A line feed begins the sector. Where the sector before it has not reached the disk, its NULs would take away
+        // the first line of two.
+        ++offset;
     }
     if (const int error = extend(offset + text.size())) {
         return error;
@@ -216,8 +222,8 @@ int Writer::remove(const std::vector<Change>& changes) {
     layout_.replaced.reserve(layout_.replaced.size() + changes.size());
     const Line& value = *changes.front().line;
     int error = 0;
-    if (value.has_earlier) {
-        // They would come to count.
+    if (value.has_earlier || value.offset >= layout_.settled_end) {
+        // Earlier lines of the key would come to count, if their withdrawal were not on the disk.
         error = tidy();
         if (error == 0) {
             error = flush();
@@ -326,6 +332,7 @@ int Writer::flush() {
     }
     layout_.is_flushed = true;
     layout_.is_end_flushed = true;
+    layout_.settled_end = layout_.text_end;
     return 0;
 }
 

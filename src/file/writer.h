@@ -9,6 +9,7 @@
 //   would be blank lines, and what follows them would be read as a line of its own. It is written as a withdrawn line,
 //   and becomes live with its first byte once the rest is on the disk.
 // - A new key's default comes before its value, and a deleted one's goes after it: a default alone means nothing.
+// - Before a key is deleted, the withdrawal of the lines that it has replaced is on the disk: they would count again.
 // - What is cut off the file is off the disk before anything is written in its place: it might come back in parts.
 //
 // Where there is no room to grow, withdrawn lines make room: those at the end are cut off, and a new line of up to a

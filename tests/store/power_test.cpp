@@ -1,0 +1,358 @@
+// Losses of power, on a simulated disk. Operations are run one after the other; before each call that changes the disk,
+// and after each operation, the power is lost; and each disk that this may leave is opened as a store. It must hold
+// what was acknowledged, and of the operation that was under way all or nothing.
+#include <algorithm>
+#include <iterator>
+#include <map>
+#include <optional>
+#include <random>
+#include <sstream>
+#include <string>
+
+#include "simulated_disk.h"
+#include "support.h"
+
+using namespace std::string_literals;
+using simulated::before_change;
+using simulated::Disk;
+using simulated::disk;
+
+namespace {
+
+/// A key's value and its default.
+struct Entry {
+    Value value;
+    std::optional<Value> default_value;
+};
+bool operator==(const Entry& left, const Entry& right) {
+    return left.value == right.value && left.default_value == right.default_value;
+}
+using State = std::map<std::string, Entry>;
+
+State state_of_store() {
+    State state;
+    for (const std::string& key : keys()) {
+        const Got value_default = get_default(key);
+        state[key] = {value_of(key), std::nullopt};
+        if (value_default.status == ZELVA_CORE_STATUS_NO_ERROR) {
+            state[key].default_value = value_default.value;
+        }
+    }
+    return state;
+}
+
+std::string abridged(const Value& value) {
+    std::ostringstream out;
+    boost_test_print_type(out, value);
+    const std::string text = out.str();
+    return text.size() > 60 ? text.substr(0, 60) + "... (" + std::to_string(text.size()) + " bytes)" : text;
+}
+
+std::string described(const State& state) {
+    std::ostringstream out;
+    for (const auto& [key, entry] : state) {
+        out << "  " << shown(key) << " = ";
+        out << abridged(entry.value);
+        if (entry.default_value) {
+            out << ", default " << abridged(*entry.default_value);
+        }
+        out << '\n';
+    }
+    return out.str();
+}
+
+/// An operation on the store, and what it does to the state of one.
+struct Operation {
+    std::string name;
+    std::function<zelva_core_status()> run;
+    std::function<void(State&)> model;
+    /// It counts only from the next operation on that is durable.
+    bool is_relaxed = false;
+    bool makes_durable = true;
+};
+
+Operation set_operation(const std::string& key, const Value& value) {
+    return {"set " + key, [=] { return set(key, value); },
+            [=](State& state) {
+                const auto [entry, is_new] = state.try_emplace(key, Entry{value, value});
+                entry->second.value = value;
+            }};
+}
+
+Operation set_default_operation(const std::string& key, const Value& value) {
+    return {"set the default of " + key, [=] { return set_default(key, value); },
+            [=](State& state) {
+                const auto [entry, is_new] = state.try_emplace(key, Entry{value, value});
+                entry->second.default_value = value;
+            }};
+}
+
+Operation delete_operation(const std::string& key) {
+    return {"delete " + key, [=] { return zelva_core_settings_delete_key(key.c_str()); },
+            [=](State& state) { state.erase(key); }};
+}
+
+Operation relaxed(Operation operation) {
+    operation.name = "relaxed: " + operation.name;
+    operation.is_relaxed = true;
+    operation.run = [run = operation.run] {
+        zelva_core_settings_set_durability(ZELVA_CORE_DURABILITY_RELAXED);
+        const zelva_core_status status = run();
+        zelva_core_settings_set_durability(ZELVA_CORE_DURABILITY_FULL);
+        return status;
+    };
+    return operation;
+}
+
+/// A text any part of which, if it came to stand at the beginning of a line, would be an entry.
+std::string bait(std::size_t size, char salt) {
+    std::string text;
+    while (text.size() < size) {
+        text += "b"s + salt + "=Ix1=I6";
+    }
+    text.resize(size);
+    return text;
+}
+
+const std::vector<Operation>& operations() {
+    static const std::vector<Operation> all{
+        set_operation("k", 1234),
+        set_operation("k", 5),
+        set_operation("n", 77),
+        set_default_operation("k", 4321),
+        delete_operation("k"),
+        set_operation("n", 7),
+        // Two lines of these do not fit into a sector.
+        set_operation("m", bait(400, 'm')),
+        // One line of these is longer than a sector.
+        set_operation("l", bait(1300, 'l')),
+        set_operation("l", bait(700, 'L')),
+        delete_operation("l"),
+        relaxed(set_operation("k", 99)),
+        relaxed(set_default_operation("k", 98)),
+        relaxed(delete_operation("k")),
+        relaxed(set_operation("n", 97)),
+        relaxed(set_operation("l", bait(600, 'r'))),
+        {"sync", [] { return zelva_core_settings_sync(); }, [](State&) {}},
+        {"close and open",
+         [] {
+             zelva_core_settings_deinit();
+             return zelva_core_settings_init("test");
+         },
+         [](State&) {}, false, false},
+    };
+    return all;
+}
+
+/// A line of a comment.
+std::string filler(std::size_t size) {
+    return "#" + std::string(size - 2, '.') + "\n";
+}
+
+/// Files to begin with, or none.
+const std::vector<std::optional<std::string>>& files() {
+    static const std::vector<std::optional<std::string>> all = [] {
+        std::string wasteful = "k = I1\n";
+        for (int i = 0; i < 100; ++i) {
+            wasteful += "=ld = S" + bait(40, 'w') + "\n";
+        }
+        return std::vector<std::optional<std::string>>{
+            std::nullopt,
+            "k = I7\n# mine\nk = I8\nDEFAULT_k = I3\nrejected\nk = I1\nDEFAULT_k = I2\n",
+            "k = I8\nk = I1\nDEFAULT_k = I2",                        // no line feed
+            filler(4000) + "k = I1\nDEFAULT_k = I2\n" + filler(50),  // soon a new page
+            filler(450) + "k = I1\nDEFAULT_k = I2\n",                // soon a new sector
+            "l = S" + bait(900, 'o') + "\nDEFAULT_l = S\nk = I1\n",  // a long value
+            "DEFAULT_k = I2\n" + wasteful,                           // to be compacted
+            "k = I1\n" + bait(600, 'd') + std::string(300, '\0') + bait(900, 'd') + std::string(40, '\0'),  // damaged
+        };
+    }();
+    return all;
+}
+
+struct Totals {
+    std::size_t losses = 0;
+    std::size_t kills = 0;
+    int failures = 0;
+} totals;
+
+void report(const std::string& what, const State& found, const std::vector<State>& allowed) {
+    if (++totals.failures > 3) {
+        return;
+    }
+    std::string text = what + "; found:\n" + described(found);
+    for (const State& state : allowed) {
+        text += "allowed:\n" + described(state);
+    }
+    BOOST_ERROR(text);
+}
+
+/// Whether each key of the state has a value that it has in one of the allowed states, and a default likewise; but a
+/// key that is not in all of them may have lost its default.
+bool is_mixture(const State& found, const std::vector<State>& allowed) {
+    State all = found;
+    for (const State& state : allowed) {
+        all.insert(state.begin(), state.end());
+    }
+    return std::all_of(all.begin(), all.end(), [&](const auto& candidate) {
+        const auto entry = found.find(candidate.first);
+        bool has_value = false;
+        bool has_default = false;
+        bool is_new = false;
+        for (const State& state : allowed) {
+            const auto other = state.find(candidate.first);
+            const bool is_absent = other == state.end();
+            is_new = is_new || is_absent;
+            has_value = has_value ||
+                        (entry == found.end() ? is_absent : !is_absent && other->second.value == entry->second.value);
+            has_default = has_default || entry == found.end() ||
+                          (!is_absent && other->second.default_value == entry->second.default_value);
+        }
+        return has_value && (has_default || (is_new && !entry->second.default_value));
+    });
+}
+
+/// Opens the store on the disk, and checks what it holds; then that a set is durable. Whether all of that holds.
+bool check_store(const std::string& what, const std::vector<State>& allowed, bool may_be_mixed) {
+    if (zelva_core_settings_init("test") != ZELVA_CORE_STATUS_NO_ERROR) {
+        report(what + ", the store does not open", {}, allowed);
+        return false;
+    }
+    State found = state_of_store();
+    bool is_right = std::find(allowed.begin(), allowed.end(), found) != allowed.end() ||
+                    (may_be_mixed && is_mixture(found, allowed));
+    if (!is_right) {
+        report(what, found, allowed);
+    }
+    if (disk.names() != Strings{"test"} && !disk.names().empty()) {
+        is_right = false;
+        report(what + ", a file is left over: " + disk.names()[0], found, allowed);
+    }
+    const bool is_set = set("after", 1) == ZELVA_CORE_STATUS_NO_ERROR && set("k", 6) == ZELVA_CORE_STATUS_NO_ERROR;
+    found["after"] = {1, 1};
+    found.try_emplace("k", Entry{6, 6}).first->second.value = 6;
+    const Disk at_rest = disk;
+    zelva_core_settings_deinit();
+    std::vector<std::size_t> nothing_kept;
+    disk = at_rest.after_power_loss(nothing_kept);
+    zelva_core_settings_init("test");
+    const State later = state_of_store();
+    if (!is_set || !(later == found)) {
+        is_right = false;
+        report(what + ", a set after it is lost", later, {found});
+    }
+    zelva_core_settings_deinit();
+    return is_right;
+}
+
+/// Runs operations one after the other and loses the power at every point; `most` disks at each, all if there are no
+/// more.
+void check(const std::optional<std::string>& file, const std::vector<const Operation*>& sequence, std::size_t most,
+           std::mt19937& random) {
+    struct Moment {
+        Disk disk;
+        std::size_t acknowledged;
+    };
+    std::vector<Moment> moments;
+    std::vector<State> states;
+    std::vector<std::size_t> durable{0};  // of so many acknowledged operations: so many at least are on the disk
+    disk = Disk(file);
+    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+    states.push_back(state_of_store());
+    before_change = [&] { moments.push_back({disk, states.size() - 1}); };
+    std::string name;
+    for (const Operation* operation : sequence) {
+        name += (name.empty() ? "" : ", ") + operation->name;
+        State next = states.back();
+        const zelva_core_status status = operation->run();
+        if (status == ZELVA_CORE_STATUS_NO_ERROR) {
+            operation->model(next);
+        }
+        const bool is_durable =
+            operation->makes_durable && !operation->is_relaxed && status == ZELVA_CORE_STATUS_NO_ERROR;
+        states.push_back(std::move(next));
+        durable.push_back(is_durable ? durable.size() : durable.back());
+        moments.push_back({disk, states.size() - 1});
+    }
+    before_change = nullptr;
+    BOOST_REQUIRE(state_of_store() == states.back());
+    zelva_core_settings_deinit();
+
+    for (std::size_t i = 0; i < moments.size(); ++i) {
+        const Moment& moment = moments[i];
+        const std::size_t begin = durable[moment.acknowledged];
+        const std::size_t end = std::min(moment.acknowledged + 2, states.size());
+        const auto from = states.begin();
+        const std::vector<State> possible(from + static_cast<std::ptrdiff_t>(begin),
+                                          from + static_cast<std::ptrdiff_t>(end));
+        const std::vector<State> alive(from + static_cast<std::ptrdiff_t>(moment.acknowledged),
+                                       from + static_cast<std::ptrdiff_t>(end));
+        const bool may_be_mixed = possible.size() > 2;
+        const std::string what = name + ", at moment " + std::to_string(i);
+
+        disk = moment.disk;
+        ++totals.kills;
+        check_store(what + ", killed", alive, false);
+
+        const bool is_every_one = moment.disk.count_losses(most) <= most;
+        std::vector<std::size_t> choice;
+        for (std::size_t loss = 0; loss < most; ++loss) {
+            disk = is_every_one ? moment.disk.after_power_loss(choice) : moment.disk.after_power_loss(random);
+            const std::string left = disk.text();
+            ++totals.losses;
+            if (!check_store(what + ", loss " + std::to_string(loss), possible, may_be_mixed) && totals.failures < 3) {
+                BOOST_TEST_MESSAGE("file before: " << shown(moment.disk.text()) << "\nfile left: " << shown(left));
+            }
+            if (is_every_one && choice.empty()) {
+                break;
+            }
+        }
+    }
+}
+
+/// All sequences of so many operations, on all files; or one in `step` of them.
+void check_sequences(std::size_t length, std::size_t step, std::size_t most) {
+    std::mt19937 random(20);
+    std::size_t count = 1;
+    for (std::size_t i = 0; i < length; ++i) {
+        count *= operations().size();
+    }
+    for (std::size_t number = 0; number < count * files().size(); number += 1 + random() % (2 * step - 1)) {
+        std::vector<const Operation*> sequence;
+        for (std::size_t rest = number / files().size(); sequence.size() < length; rest /= operations().size()) {
+            sequence.push_back(&operations()[rest % operations().size()]);
+        }
+        BOOST_TEST_CONTEXT("file " << number % files().size()) {
+            check(files()[number % files().size()], sequence, most, random);
+        }
+        if (totals.failures > 3) {
+            return;
+        }
+    }
+}
+
+void report_totals() {
+    BOOST_TEST_MESSAGE(totals.losses << " losses of power, " << totals.kills << " kills");
+}
+
+}  // namespace
+
+BOOST_AUTO_TEST_SUITE(power)
+
+BOOST_AUTO_TEST_CASE(a_loss_of_power_during_one_operation_leaves_all_or_nothing_of_it) {
+    check_sequences(1, 1, is_campaign() ? 4096 : 512);
+    report_totals();
+}
+
+BOOST_AUTO_TEST_CASE(a_loss_of_power_during_two_operations_leaves_what_was_acknowledged) {
+    check_sequences(2, 1, is_campaign() ? 64 : 8);
+    report_totals();
+}
+
+BOOST_AUTO_TEST_CASE(a_loss_of_power_during_three_operations_leaves_what_was_acknowledged) {
+    check_sequences(3, is_campaign() ? 1 : 40, is_campaign() ? 12 : 8);
+    report_totals();
+    BOOST_CHECK_EQUAL(0, totals.failures);
+}
+
+BOOST_AUTO_TEST_SUITE_END()
