@@ -193,9 +193,9 @@ int Writer::reuse(std::string_view text, const std::vector<Change>& changes, std
     if (!patch) {
         return ENOSPC;
     }
-    // Old lines that stand behind the new one would count. A default that means nothing yet is withdrawn first; the
-    // value itself when the new line is on the disk.
-    int error = changes.back().line && changes.back().line->has_earlier ? tidy() : 0;
+    // Old lines that stand behind the new one would count. What means nothing is withdrawn first; the value itself when
+    // the new line is on the disk.
+    int error = tidy();
     for (std::size_t i = 0; i + 1 < changes.size() && error == 0; ++i) {
         error = changes[i].line ? mark(*changes[i].line) : 0;
     }

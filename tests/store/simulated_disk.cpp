@@ -301,6 +301,8 @@ int open(const char* path, int flags, mode_t) {
         open.file = *file;
     } else if ((flags & O_CREAT) == 0 || disk.folders.count(where.folder) == 0) {
         return fail(ENOENT);
+    } else if (disk.room != SIZE_MAX) {
+        return fail(ENOSPC);
     } else {
         note_change();
         open.file = disk.create();
@@ -336,9 +338,13 @@ ssize_t pread(int descriptor, void* buffer, std::size_t size, off_t offset) {
     return static_cast<ssize_t>(count);
 }
 ssize_t pwrite(int descriptor, const void* buffer, std::size_t size, off_t offset) {
+    const auto begin = static_cast<std::size_t>(offset);
+    if (begin >= disk.room) {
+        return fail(ENOSPC);
+    }
     note_change();
-    disk.write(opened.at(descriptor).file, static_cast<std::size_t>(offset),
-               std::string(static_cast<const char*>(buffer), size));
+    size = std::min(size, disk.room - begin);
+    disk.write(opened.at(descriptor).file, begin, std::string(static_cast<const char*>(buffer), size));
     return static_cast<ssize_t>(size);
 }
 int ftruncate(int descriptor, off_t size) {

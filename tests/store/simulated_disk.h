@@ -56,6 +56,9 @@ class Disk {
     void flush_folder(const std::string& folder);
     Number create();
 
+    /// How long a file can be, in bytes; shorter for a disk that is full. No new file finds room on such a one.
+    std::size_t room = SIZE_MAX;
+
     std::map<Number, File> files;
     std::map<std::string, std::vector<Names>> folders;  // by path; each version since the last flush
     std::array<char, 4096> shared{};                    // the page that programs share
