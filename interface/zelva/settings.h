@@ -33,7 +33,9 @@
  * ZELVA_CORE_SETTINGS_DIR names; without it /var/lib/zelva/settings for root, and for anyone else zelva/settings in
  * $XDG_CONFIG_HOME, or in ~/.config, or, for a user without a home, root's folder. Set-user-ID programs do not look at
  * the environment. The folder is chosen once in the life of a process, and created when the first settings store is
- * opened. A write that succeeds is in the file before the function returns.
+ * opened. A write that succeeds is in the file, and on the disk, before the function returns; it costs one flush
+ * (zelva_core_settings_set_durability). The file is changed a line at a time: a new line is written at its end, and the
+ * old one gets '=' as its first byte, which makes it a line that every reader passes over. Files of 2 GiB are refused.
  *
  * Programs. Several may have the same store open. What one has written, the next get of another sees; what a person
  * has changed in the file, the next write finds, and zelva_core_settings_reload reads. When the file that has changed
@@ -63,7 +65,8 @@ extern "C" {
 ZELVA_CORE_API zelva_core_status zelva_core_settings_init(const char* name);
 
 /**
- * Closes the settings store. Everything that was written is in the file already.
+ * Closes the settings store, with full durability for the next one that is opened. Everything that was written is in
+ * the file already; what was written with relaxed durability is not brought to the disk by this.
  *
  * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_NOT_INITIALIZED when none is open.
  */
