@@ -121,7 +121,7 @@ Operation relaxed(Operation operation) {
 std::string bait(std::size_t size, char salt) {
     std::string text;
     while (text.size() < size) {
-        text += "b"s + salt + "=Ix1=I6";
+        text += "b"s + salt + "=Sx";
     }
     text.resize(size);
     return text;
@@ -137,6 +137,8 @@ const std::vector<Operation>& operations() {
         set_operation("n", 7),
         // Two lines of these do not fit into a sector.
         set_operation("m", bait(400, 'm')),
+        // Those of this one fill it.
+        set_operation("p", bait(246, 'p')),
         // One line of these is longer than a sector.
         set_operation("l", bait(1300, 'l')),
         set_operation("l", bait(700, 'L')),
@@ -162,10 +164,12 @@ std::string filler(std::size_t size) {
     return "#" + std::string(size - 2, '.') + "\n";
 }
 
-/// A file to begin with, if there is one, and how long it can become.
+/// A file to begin with, if there is one; how long it can become; and what a person has cut off it, which has not
+/// reached the disk.
 struct Start {
     std::optional<std::string> file;
     std::size_t room = SIZE_MAX;
+    std::string cut_off = {};
 };
 
 const std::vector<Start>& starts() {
@@ -186,8 +190,9 @@ const std::vector<Start>& starts() {
             {"l = S" + bait(900, 'o') + "\nDEFAULT_l = S\nk = I1\n"},
             {"DEFAULT_k = I2\n" + wasteful},  // to be compacted
             {"k = I1\n" + bait(600, 'd') + std::string(300, '\0') + bait(900, 'd') + std::string(40, '\0')},  // damaged
+            {keys + filler(4096 - 22), SIZE_MAX, std::string(4096, '\n')},
             // Full: room in withdrawn lines before a key, behind it, in the middle of a long one, and at the end.
-            {withdrawn + keys + withdrawn + filler(4096 - 22 - 2 * 238), 4096},
+            {withdrawn + keys + withdrawn + "DEFAULT_n = I55\n" + filler(4096 - 22 - 2 * 238 - 16), 4096},
             {filler(100) + keys + long_withdrawn + filler(4096 - 122 - 1208), 4096},
             {filler(2000) + "k = I1\n" + long_withdrawn + "DEFAULT_k = I2\n" + filler(600) + withdrawn, 4096},
             {filler(200) + keys + filler(1800) + long_withdrawn + withdrawn, 4096},
@@ -290,7 +295,10 @@ void check(const Start& start, const std::vector<const Operation*>& sequence, st
     std::vector<Moment> moments;
     std::vector<State> states;
     std::vector<std::size_t> durable{0};  // of so many acknowledged operations: so many at least are on the disk
-    disk = Disk(start.file);
+    disk = Disk(start.file ? std::optional(*start.file + start.cut_off) : std::nullopt);
+    if (!start.cut_off.empty()) {
+        disk.resize(disk.names_in(Folder::path()).at("test"), start.file->size());
+    }
     disk.room = start.room;
     BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
     states.push_back(state_of_store());

@@ -136,10 +136,12 @@ std::vector<Disk::Decision> Disk::decisions() const {
     }
     for (const auto& [number, file] : files) {
         std::vector<std::size_t> sizes = file.sizes;
-        const auto [least, most] = std::minmax_element(sizes.begin(), sizes.end());
-        for (std::size_t size = *least / sector_size * sector_size + sector_size, end = *most; size < end;
-             size += sector_size) {
-            sizes.push_back(size);
+        for (std::size_t i = 1; i < file.sizes.size(); ++i) {
+            // It grows step by step, and is cut at once.
+            for (std::size_t size = file.sizes[i - 1] / sector_size * sector_size + sector_size; size < file.sizes[i];
+                 size += sector_size) {
+                sizes.push_back(size);
+            }
         }
         std::sort(sizes.begin(), sizes.end());
         sizes.erase(std::unique(sizes.begin(), sizes.end()), sizes.end());

@@ -2,8 +2,8 @@
 // (file/system.h), it keeps all files below the settings folder; time stands still between two calls.
 //
 // What has been written and not flushed is lost or kept, sector by sector, in any order; a file's size is any that it
-// has had since, or any sector's end in between, with NULs where nothing was kept; a folder's entries are those that it
-// has had at one time since it was flushed.
+// has had since, or any sector's end between those that it grew from and to, with NULs where nothing was kept; a
+// folder's entries are those that it has had at one time since it was flushed.
 #pragma once
 
 #include <array>
