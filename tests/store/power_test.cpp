@@ -193,6 +193,7 @@ const std::vector<Start>& starts() {
             {keys + filler(4096 - 22), SIZE_MAX, std::string(4096, '\n')},
             // Full: room in withdrawn lines before a key, behind it, in the middle of a long one, and at the end.
             {withdrawn + keys + withdrawn + "DEFAULT_n = I55\n" + filler(4096 - 22 - 2 * 238 - 16), 4096},
+            {"k = I8\n=ld = Sx\nk = I1\nDEFAULT_k = I2", 4096},  // no line feed
             {filler(100) + keys + long_withdrawn + filler(4096 - 122 - 1208), 4096},
             {filler(2000) + "k = I1\n" + long_withdrawn + "DEFAULT_k = I2\n" + filler(600) + withdrawn, 4096},
             {filler(200) + keys + filler(1800) + long_withdrawn + withdrawn, 4096},
