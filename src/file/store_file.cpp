@@ -159,9 +159,11 @@ std::uint64_t StoreFile::end_change() {
 
 zelva_core_status StoreFile::apply(const std::vector<Change>& changes, zelva_core_durability durability, Layout& layout,
                                    Stamp& stamp, const Placed& placed) {
-    const bool must_rebuild = is_distrusted_ || stamp == Stamp{};
+    // What is written behind a last line without a line feed might spoil it.
+    const bool is_spoiling = layout.is_unterminated && changes.front().value;
+    const bool must_rebuild = is_distrusted_ || stamp == Stamp{} || is_spoiling;
     const bool is_wasteful = layout.is_wasteful() && layout.dead >= next_compaction_;
-    if (must_rebuild || is_wasteful || layout.is_unterminated) {
+    if (must_rebuild || is_wasteful) {
         const int error = rebuild(changes, layout, stamp, placed);
         if (error == 0 || must_rebuild || stamp == Stamp{}) {
             return status_of(error);

@@ -100,18 +100,6 @@ int Writer::append(const std::string& text, bool is_last, std::size_t& offset) {
         }
         layout_.is_damaged = false;
     }
-    if (layout_.is_unterminated) {
-        int error = extend(layout_.size + 1);
-        if (error == 0) {
-            error = flush();
-        }
-        if (error != 0) {
-            return error;
-        }
-        layout_.is_unterminated = false;
-        ++layout_.text_end;
-        ++layout_.live;
-    }
     return text.size() <= sector_size ? append_short(text, is_last, offset) : append_long(text, is_last, offset);
 }
 

@@ -34,8 +34,8 @@ namespace zelva::file {
 /// Takes the line that an entry has got.
 using Placed = std::function<void(std::string_view key, Line line)>;
 
-/// One change. All functions that return an int return 0, or the errno of what failed; the file then means what it
-/// meant before. `layout` is the file's, before and after.
+/// One change. REQUIRES for put: the file's last line has its line feed. All functions that return an int return 0, or
+/// the errno of what failed; the file then means what it meant before. `layout` is the file's, before and after.
 class Writer {
   public:
     Writer(const Descriptor& file, Layout& layout, zelva_core_durability durability)
