@@ -1,0 +1,114 @@
+#include "watched_system.h"
+
+#include <fcntl.h>
+#include <stdio.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "file/system.h"
+
+namespace watched {
+
+std::function<Fate(const Call&)> before_call;
+bool has_opened_inheritable = false;
+
+namespace {
+
+/// Asks, and makes the call with the bytes that it may read or write. `failure` is what it gives when it is to fail.
+template <class Result, class Make>
+Result call(const char* name, std::size_t size, Result failure, Make&& make) {
+    const Fate fate = before_call ? before_call({name, size}) : Fate{};
+    if (fate.error != 0) {
+        errno = fate.error;
+        return failure;
+    }
+    return make(std::min(size, fate.most));
+}
+
+template <class Make>
+int call(const char* name, Make&& make) {
+    return call(name, 0, -1, [&make](std::size_t) { return make(); });
+}
+
+}  // namespace
+
+}  // namespace watched
+
+namespace zelva::file::system {
+
+using watched::call;
+
+int open(const char* path, int flags, mode_t mode) {
+    watched::has_opened_inheritable |= (flags & O_CLOEXEC) == 0;
+    return call("open", [&] { return ::open(path, flags, mode); });
+}
+int close(int descriptor) {
+    // Whatever close gives, the file is closed.
+    if (watched::before_call) {
+        watched::before_call({"close", 0});
+    }
+    return ::close(descriptor);
+}
+int stat(const char* path, struct stat* attributes) {
+    return call("stat", [&] { return ::stat(path, attributes); });
+}
+int fstat(int descriptor, struct stat* attributes) {
+    return call("fstat", [&] { return ::fstat(descriptor, attributes); });
+}
+ssize_t pread(int descriptor, void* buffer, std::size_t size, off_t offset) {
+    return call("pread", size, ssize_t{-1}, [&](std::size_t most) { return ::pread(descriptor, buffer, most, offset); });
+}
+ssize_t pwrite(int descriptor, const void* buffer, std::size_t size, off_t offset) {
+    return call("pwrite", size, ssize_t{-1},
+                [&](std::size_t most) { return ::pwrite(descriptor, buffer, most, offset); });
+}
+int ftruncate(int descriptor, off_t size) {
+    return call("ftruncate", [&] { return ::ftruncate(descriptor, size); });
+}
+int fsync(int descriptor) {
+    return call("fsync", [&] { return ::fsync(descriptor); });
+}
+int fdatasync(int descriptor) {
+    return call("fdatasync", [&] { return ::fdatasync(descriptor); });
+}
+int fchmod(int descriptor, mode_t mode) {
+    return call("fchmod", [&] { return ::fchmod(descriptor, mode); });
+}
+int fchown(int descriptor, uid_t user, gid_t group) {
+    return call("fchown", [&] { return ::fchown(descriptor, user, group); });
+}
+int chmod(const char* path, mode_t mode) {
+    return call("chmod", [&] { return ::chmod(path, mode); });
+}
+int mkdir(const char* path, mode_t mode) {
+    return call("mkdir", [&] { return ::mkdir(path, mode); });
+}
+int renameat2(const char* from, const char* to, unsigned flags) {
+    return call("renameat2", [&] { return ::renameat2(AT_FDCWD, from, AT_FDCWD, to, flags); });
+}
+int unlink(const char* path) {
+    return call("unlink", [&] { return ::unlink(path); });
+}
+ssize_t readlink(const char* path, char* target, std::size_t size) {
+    return call("readlink", 0, ssize_t{-1}, [&](std::size_t) { return ::readlink(path, target, size); });
+}
+int lock(int descriptor, short type, bool wait) {
+    struct flock lock {};
+    lock.l_type = type;
+    lock.l_whence = SEEK_SET;
+    return call("lock", [&] { return fcntl(descriptor, wait ? F_OFD_SETLKW : F_OFD_SETLK, &lock); });
+}
+void* map(int descriptor, std::size_t size, int protection) {
+    return call("map", 0, static_cast<void*>(nullptr), [&](std::size_t) {
+        void* const memory = mmap(nullptr, size, protection, MAP_SHARED, descriptor, 0);
+        return memory == MAP_FAILED ? nullptr : memory;
+    });
+}
+int unmap(void* memory, std::size_t size) {
+    return call("unmap", [&] { return munmap(memory, size); });
+}
+
+}  // namespace zelva::file::system
