@@ -59,7 +59,8 @@ int fstat(int descriptor, struct stat* attributes) {
     return call("fstat", [&] { return ::fstat(descriptor, attributes); });
 }
 ssize_t pread(int descriptor, void* buffer, std::size_t size, off_t offset) {
-    return call("pread", size, ssize_t{-1}, [&](std::size_t most) { return ::pread(descriptor, buffer, most, offset); });
+    return call("pread", size, ssize_t{-1},
+                [&](std::size_t most) { return ::pread(descriptor, buffer, most, offset); });
 }
 ssize_t pwrite(int descriptor, const void* buffer, std::size_t size, off_t offset) {
     return call("pwrite", size, ssize_t{-1},

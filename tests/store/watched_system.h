@@ -20,8 +20,8 @@ struct Fate {
     std::size_t most = SIZE_MAX;
 };
 
-/// Asked before each call, in the thread that makes it, if there is somebody to ask. To be changed while no other thread
-/// uses the library.
+/// Asked before each call, in the thread that makes it, if there is somebody to ask. To be changed while no other
+/// thread uses the library.
 extern std::function<Fate(const Call&)> before_call;
 
 /// Whether a file that was opened since the program began would stay open in a program that this one starts.
