@@ -55,8 +55,9 @@ struct Layout {
     std::size_t settled_end = 0;   // before it, what lines have replaced is certainly withdrawn on the disk, too
     bool is_end_flushed = false;   // and so has its size, if something has been cut off
 
-    /// Whether a file without its dead bytes is worth writing.
-    bool is_wasteful() const { return dead > live + page_size; }
+    /// Whether a file without its dead bytes is worth writing. A set costs its line, as much padding, and its share of
+    /// this: with fewer dead bytes that would be more than three lines together (measured: 3.1 times without the half).
+    bool is_wasteful() const { return dead > live + live / 2 + page_size; }
 };
 
 /// Takes an entry and its line. Gives the line that the key had before, if there was one.

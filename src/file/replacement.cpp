@@ -98,6 +98,7 @@ int Replacement::replace(const struct stat* old, std::string_view text, Stamp& s
         is_exchanged = false;
     }
     if (const int error = sync_folder(folder_)) {
+        has_failed_to_flush_ = true;
         const int undone = is_exchanged ? rename(RENAME_EXCHANGE) : old == nullptr ? system::unlink(path_.c_str()) : -1;
         if (undone != 0) {
             stamp = {};

@@ -37,6 +37,9 @@ class Replacement {
     /// knows, and `stamp` becomes that of no file. Takes no memory.
     int replace(const struct stat* old, std::string_view text, Stamp& stamp);
 
+    /// Whether the folder could not be brought to the disk: then nobody knows which file a loss of power would leave.
+    bool has_failed_to_flush() const { return has_failed_to_flush_; }
+
     /// The open new file.
     Descriptor take() { return std::move(file_); }
 
@@ -48,6 +51,7 @@ class Replacement {
     const std::string temporary_;
     Descriptor file_;
     const int open_error_;
+    bool has_failed_to_flush_ = false;
 };
 
 }  // namespace zelva::file

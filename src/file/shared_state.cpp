@@ -110,6 +110,9 @@ int SharedState::find_out_whether_replaced(bool& is_replaced) const {
         return errno;
     }
     const bool is_there = system::stat(path_.c_str(), &found) == 0;
+    if (!is_there && errno != ENOENT) {
+        return errno;
+    }
     is_replaced = !is_there || opened.st_ino != found.st_ino || opened.st_dev != found.st_dev;
     return 0;
 }

@@ -165,7 +165,7 @@ zelva_core_status StoreFile::apply(const std::vector<Change>& changes, zelva_cor
     const bool is_wasteful = layout.is_wasteful() && layout.dead >= next_compaction_;
     if (must_rebuild || is_wasteful) {
         const int error = rebuild(changes, layout, stamp, placed);
-        if (error == 0 || must_rebuild || stamp == Stamp{}) {
+        if (error == 0 || must_rebuild || is_distrusted_) {
             return status_of(error);
         }
         // Where the folder cannot be written or has no room, the file still can.
@@ -251,7 +251,9 @@ int StoreFile::rebuild(const std::vector<Change>& changes, Layout& layout, Stamp
         return EFBIG;
     }
     Replacement replacement(path);
-    if (const int error = replacement.replace(old.exists ? &old.attributes : nullptr, result.text, stamp)) {
+    const int error = replacement.replace(old.exists ? &old.attributes : nullptr, result.text, stamp);
+    is_distrusted_ |= replacement.has_failed_to_flush();
+    if (error != 0) {
         return error;
     }
     file_ = replacement.take();

@@ -101,7 +101,7 @@ class StoreFile {
 
     Descriptor file_;                  // open for writing
     Stamp opened_;                     // tells which file that is
-    bool is_distrusted_ = false;       // a flush has failed since it was written as a whole
+    bool is_distrusted_ = false;       // a flush has failed since it was last written as a whole
     std::size_t next_compaction_ = 0;  // after one that failed: not before there are so many dead bytes
 };
 

@@ -11,11 +11,12 @@ namespace {
 
 constexpr std::string_view mark_of_withdrawal = "=";
 
-bool is_full(int error) {
-    return error == ENOSPC || error == EDQUOT;
-}
-
 }  // namespace
+
+bool Writer::is_out_of_room(int error) const {
+    // A flush is never tried again.
+    return (error == ENOSPC || error == EDQUOT) && !has_failed_to_flush_;
+}
 
 int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
     // Everything is made ready before the file changes: there may be no memory later.
@@ -45,10 +46,10 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
         const bool is_last = i + 1 == texts.size();
         std::size_t offset = 0;
         int error = append(texts[i], is_last, offset);
-        if (is_full(error) && (error = cut_withdrawn()) == 0) {
+        if (is_out_of_room(error) && (error = cut_withdrawn()) == 0) {
             error = append(texts[i], is_last, offset);
         }
-        if (is_full(error) && texts.size() == 1 && size <= sector_size) {
+        if (is_out_of_room(error) && texts.size() == 1 && size <= sector_size) {
             error = reuse(texts[i], changes, offset);
         }
         if (error != 0) {

@@ -63,6 +63,7 @@ class Writer {
     bool has_failed_to_undo() const { return has_failed_to_undo_; }
 
   private:
+    bool is_out_of_room(int error) const;
     bool is_durable() const { return durability_ != ZELVA_CORE_DURABILITY_RELAXED; }
 
     int append(const std::string& text, bool is_last, std::size_t& offset);

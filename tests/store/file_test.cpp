@@ -39,12 +39,12 @@ bool as_nobody(Body&& body) {
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-/// A line that does not fit into a sector begins in the next one.
+/// A line that does not fit into a sector begins in the next one, after a line feed.
 std::string without_gaps(std::string text) {
     for (std::size_t gap = 0; (gap = text.find("\n\n")) != std::string::npos;) {
         text.erase(gap, 1);
     }
-    return text;
+    return text.substr(text.find_first_not_of('\n'));
 }
 
 }  // namespace

@@ -19,61 +19,6 @@ using simulated::disk;
 
 namespace {
 
-/// A key's value and its default.
-struct Entry {
-    Value value;
-    std::optional<Value> default_value;
-};
-bool operator==(const Entry& left, const Entry& right) {
-    return left.value == right.value && left.default_value == right.default_value;
-}
-using State = std::map<std::string, Entry>;
-
-State state_of_store() {
-    State state;
-    for (const std::string& key : keys()) {
-        const Got value_default = get_default(key);
-        state[key] = {value_of(key), std::nullopt};
-        if (value_default.status == ZELVA_CORE_STATUS_NO_ERROR) {
-            state[key].default_value = value_default.value;
-        }
-    }
-    return state;
-}
-
-/// A file's text with runs of one byte as their number.
-std::string abridged(const std::string& text) {
-    std::string out;
-    for (std::size_t begin = 0; begin < text.size();) {
-        const std::size_t end = std::min(text.find_first_not_of(text[begin], begin), text.size());
-        out += shown(text.substr(begin, 1));
-        out +=
-            end - begin > 4 ? "{" + std::to_string(end - begin) + "}" : shown(text.substr(begin + 1, end - begin - 1));
-        begin = end;
-    }
-    return out;
-}
-
-std::string abridged(const Value& value) {
-    std::ostringstream out;
-    boost_test_print_type(out, value);
-    const std::string text = out.str();
-    return text.size() > 60 ? text.substr(0, 60) + "... (" + std::to_string(text.size()) + " bytes)" : text;
-}
-
-std::string described(const State& state) {
-    std::ostringstream out;
-    for (const auto& [key, entry] : state) {
-        out << "  " << shown(key) << " = ";
-        out << abridged(entry.value);
-        if (entry.default_value) {
-            out << ", default " << abridged(*entry.default_value);
-        }
-        out << '\n';
-    }
-    return out.str();
-}
-
 /// An operation on the store, and what it does to the state of one.
 struct Operation {
     std::string name;
@@ -213,9 +158,9 @@ void report(const std::string& what, const State& found, const std::vector<State
     if (++totals.failures > 3) {
         return;
     }
-    std::string text = what + "; found:\n" + described(found);
+    std::string text = what + "; found:\n" + abridged(found);
     for (const State& state : allowed) {
-        text += "allowed:\n" + described(state);
+        text += "allowed:\n" + abridged(state);
     }
     BOOST_ERROR(text);
 }

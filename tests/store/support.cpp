@@ -2,6 +2,7 @@
 
 #include <stdlib.h>
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -279,6 +280,44 @@ Value value_of(const std::string& key) {
     return got.value;
 }
 
+bool operator==(const Entry& left, const Entry& right) {
+    return left.value == right.value && left.default_value == right.default_value;
+}
+
+State state_of_store() {
+    State state;
+    for (const std::string& key : keys()) {
+        const Got value_default = get_default(key);
+        state[key] = {value_of(key), std::nullopt};
+        if (value_default.status == ZELVA_CORE_STATUS_NO_ERROR) {
+            state[key].default_value = value_default.value;
+        }
+    }
+    return state;
+}
+
+Strings names_in_folder() {
+    Strings names;
+    for (const auto& entry : std::filesystem::directory_iterator(Folder::path())) {
+        if (entry.path().filename() != ".zelva") {
+            names.push_back(entry.path().filename());
+        }
+    }
+    return names;
+}
+
+std::string abridged(const std::string& text) {
+    std::string out;
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t end = std::min(text.find_first_not_of(text[begin], begin), text.size());
+        const std::size_t count = end - begin;
+        out += shown(text.substr(begin, 1));
+        out += count > 4 ? "{" + std::to_string(count) + "}" : shown(text.substr(begin + 1, count - 1));
+        begin = end;
+    }
+    return out;
+}
+
 namespace {
 
 void print(std::ostream& out, const std::string& text) {
@@ -313,4 +352,19 @@ std::ostream& zelva::value::boost_test_print_type(std::ostream& out, const Value
     out << "type " << value.index() << ' ';
     std::visit([&out](const auto& typed) { print(out, typed); }, value);
     return out;
+}
+
+std::string abridged(const State& state) {
+    const auto shortened = [](const Value& value) {
+        std::ostringstream out;
+        boost_test_print_type(out, value);
+        const std::string text = out.str();
+        return text.size() > 60 ? text.substr(0, 60) + "... (" + std::to_string(text.size()) + " bytes)" : text;
+    };
+    std::string text;
+    for (const auto& [key, entry] : state) {
+        text += "  " + shown(key) + " = " + shortened(entry.value);
+        text += entry.default_value ? ", default " + shortened(*entry.default_value) + '\n' : "\n";
+    }
+    return text;
 }

@@ -8,6 +8,8 @@
 
 #include <boost/test/unit_test.hpp>
 #include <functional>
+#include <map>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <utility>
@@ -91,6 +93,22 @@ Strings keys(const std::string& prefix = "");
 
 /// The value that a get hands out; a failed check when it hands out none.
 Value value_of(const std::string& key);
+
+/// What a store holds: the value of each key and its default.
+struct Entry {
+    Value value;
+    std::optional<Value> default_value;
+};
+bool operator==(const Entry& left, const Entry& right);
+using State = std::map<std::string, Entry>;
+State state_of_store();
+
+/// A state with long values shortened, and a text with runs of one byte as their number.
+std::string abridged(const State& state);
+std::string abridged(const std::string& text);
+
+/// Names in the settings folder, but for the hidden folder that the library keeps there.
+Strings names_in_folder();
 
 namespace zelva::value {
 /// For the reports of failed checks.
