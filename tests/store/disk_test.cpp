@@ -62,8 +62,9 @@ struct Calls {
     }
 };
 
-/// How calls fail: the n-th one; all from there on; or the n-th one falls short, and the next ones do too, or fail.
-enum class Kind { once, from_then_on, short_once, short_from_then_on, short_then_failing };
+/// How calls fail: the n-th one; all from there on, or those that write; or the n-th one falls short, and the next ones
+/// do too, or fail.
+enum class Kind { once, from_then_on, writes_from_then_on, short_once, short_from_then_on, short_then_failing };
 
 struct Failure {
     Kind kind;
@@ -77,10 +78,18 @@ const std::vector<Failure>& failures() {
         for (const int error : {ENOSPC, EDQUOT, EIO, EROFS, EMFILE, ENOLCK, ENOMEM, EINTR, EACCES, EINVAL}) {
             made.push_back({Kind::once, error});
             made.push_back({Kind::from_then_on, error});
+            if (error != EINTR) {
+                made.push_back({Kind::writes_from_then_on, error});
+            }
         }
         return made;
     }();
     return all;
+}
+
+bool is_write(const Call& call) {
+    const std::string name = call.name;
+    return name == "pwrite" || name == "ftruncate" || name == "fdatasync" || name == "fsync";
 }
 
 /// Calls an operation with a failure of its n-th call of the system. What has come of it:
@@ -134,6 +143,8 @@ struct Outcome {
             case Kind::from_then_on:
                 // What is interrupted may be tried again, but not forever.
                 return number >= n && (failure.error != EINTR || number < n + 20) ? Fate{failure.error} : Fate{};
+            case Kind::writes_from_then_on:
+                return number >= n && is_write(call) ? Fate{failure.error} : Fate{};
             case Kind::short_once:
                 return number == n && is_transfer ? half : Fate{};
             case Kind::short_from_then_on:
@@ -303,6 +314,10 @@ bool check(const Scenario& scenario, const State& before, const State& after, co
     zelva_core_settings_init("test");  // if that was a close
     zelva_core_settings_set_durability(ZELVA_CORE_DURABILITY_FULL);
     const bool is_done = outcome.status == ZELVA_CORE_STATUS_NO_ERROR;
+    // What is interrupted is tried again.
+    const std::string name = outcome.is_reached ? outcome.calls[n - 1].name : "";
+    const bool is_resumable = name == "pread" || name == "pwrite" || name == "lock";
+    require(is_done || failure.error != EINTR || failure.kind != Kind::once || !is_resumable, "interrupted");
     // A failed flush may be made good: by a new file; or it was that of a folder, which some file systems do not have.
     require(!is_done || !outcome.has_lost_a_flush(failure.error), "done without a flush");
     require(is_done || outcome.status ==
@@ -310,7 +325,8 @@ bool check(const Scenario& scenario, const State& before, const State& after, co
             "status " + std::to_string(outcome.status));
     is_right &= is_one_of(state_of_store(), {is_done ? &after : &before});
     totals.refusals += is_done ? 0 : 1;
-    const bool may_be_half_done = !is_done && failure.kind == Kind::from_then_on;
+    const bool is_broken = failure.kind == Kind::from_then_on || failure.kind == Kind::writes_from_then_on;
+    const bool may_be_half_done = !is_done && is_broken;
     require(is_done || may_be_half_done || names_in_folder() == names, "a file is left over");
 
     std::vector<State> allowed{is_done ? after : before};

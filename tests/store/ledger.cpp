@@ -128,6 +128,9 @@ void Ledger::write(unsigned key) {
         fail("write " + std::to_string(number) + " of " + name + " gives " + std::to_string(status));
         return;
     }
+    if (is_removal(key, number)) {
+        entry.removed = number;
+    }
     entry.acknowledged = number;
 }
 
@@ -146,12 +149,7 @@ bool Ledger::may_be_absent(unsigned key, std::uint32_t from, std::uint32_t to) c
 void Ledger::judge(unsigned key, bool is_default) {
     // What a key has is what some write left from the last acknowledged one on; a default, from the last removal on.
     const std::uint32_t acknowledged = keys_[key].acknowledged;
-    std::uint32_t from = acknowledged;
-    if (is_default) {
-        while (from > 0 && !is_removal(key, from)) {
-            --from;
-        }
-    }
+    const std::uint32_t from = is_default ? keys_[key].removed.load() : acknowledged;
     const Read read = read_text(name_of(key), is_default);
     const std::uint32_t to = keys_[key].begun;
     const std::string where = (is_default ? "default of " : "") + name_of(key) + " between its writes " +
@@ -282,6 +280,24 @@ void Ledger::check_something(std::mt19937& random) {
             return check_shared();
         default:
             return check(key);
+    }
+}
+
+void Ledger::work(unsigned writer, unsigned rounds, unsigned seed) {
+    std::mt19937 random(seed);
+    const bool is_to_be_killed = rounds == 0;
+    for (unsigned round = 0; is_to_be_killed || round < rounds; ++round) {
+        const auto lot = random() % 8;
+        if (lot == 0) {
+            write_shared(writer);
+        } else if (lot == 1 && !is_to_be_killed) {
+            remove_shared();
+        } else {
+            write(writer);
+            check(writer);
+        }
+        check_something(random);
+        page_->steps += is_to_be_killed ? 0 : 1;
     }
 }
 

@@ -40,8 +40,11 @@ class Ledger {
     /// All keys, now that nobody writes.
     void check_all();
 
-    /// Counts a step of somebody's work.
-    void count_step() { ++page_->steps; }
+    /// A writer's work: so many writes of the key of its number, and of everybody's, and reads between them. Endless
+    /// for those who are to be killed: `rounds` is 0.
+    void work(unsigned writer, unsigned rounds, unsigned seed);
+
+    /// How many writes of all writers' work are done.
     unsigned steps() const { return page_->steps; }
 
     /// How many writes of a key were acknowledged.
@@ -62,6 +65,7 @@ class Ledger {
     struct Key {
         std::atomic<std::uint32_t> begun;
         std::atomic<std::uint32_t> acknowledged;
+        std::atomic<std::uint32_t> removed;  // the last removal that was acknowledged
     };
     struct Shared {
         std::atomic<std::uint32_t> begun;

@@ -1,38 +1,25 @@
 // Several programs that have one store open at the same time.
 #include <signal.h>
-#include <sys/wait.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <random>
 #include <string>
 #include <thread>
 
+#include "ledger.h"
+#include "programs.h"
 #include "support.h"
 
+using namespace std::string_literals;
+
 namespace {
-
-/// Starts a process that opens the store, runs `body` and ends with its result: 0 for success.
-pid_t start(const std::function<int()>& body) {
-    const pid_t child = fork();
-    if (child == 0) {
-        alarm(100);
-        zelva_core_settings_deinit();  // the store that was open at the fork
-        const bool is_open = zelva_core_settings_init("test") == ZELVA_CORE_STATUS_NO_ERROR;
-        _exit(is_open ? body() : 99);
-    }
-    return child;
-}
-
-int result_of(pid_t child) {
-    int status = -1;
-    BOOST_REQUIRE_EQUAL(child, waitpid(child, &status, 0));
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
 
 /// Sets a key in another program.
 int set_elsewhere(const char* key, int value) {
@@ -43,6 +30,31 @@ int number_of(const std::string& key) {
     int number = -1;
     zelva_core_settings_get_int_value(key.c_str(), &number);
     return number;
+}
+
+// Steps of programs.
+int set_k(int value) {
+    return zelva_core_settings_set_int_value("k", value);
+}
+int get_k(int) {
+    return number_of("k");
+}
+int set_many(int count) {
+    int failures = 0;
+    for (int i = 0; i < count; ++i) {
+        failures += zelva_core_settings_set_int_value("many", i) == ZELVA_CORE_STATUS_NO_ERROR ? 0 : 1;
+    }
+    return failures;
+}
+int reopen(int) {
+    const int status = zelva_core_settings_deinit();
+    return status == ZELVA_CORE_STATUS_NO_ERROR ? zelva_core_settings_init("test") : status;
+}
+
+/// What an editor does that writes a new file and gives it the old one's name.
+void replace_file(const std::string& path, const std::string& text) {
+    write_file(path + "~", text);
+    std::filesystem::rename(path + "~", path);
 }
 
 }  // namespace
@@ -225,62 +237,183 @@ BOOST_AUTO_TEST_CASE(a_thread_reads_while_another_thread_and_another_program_wri
     BOOST_CHECK_EQUAL(0, failures);
 }
 
-// Each program has two threads with keys of their own, one key is everybody's, and programs are killed all along. What
-// was acknowledged must be there; what was being written when a program died may be there or not.
+// Each program has two threads that write keys of their own and one that is everybody's, and programs are killed all
+// along. What was acknowledged must be there, and what is read must be neither torn nor older than that.
 BOOST_AUTO_TEST_CASE(no_program_loses_a_write_of_another_though_some_are_killed) {
+    const TimeLimit limit;
+    const unsigned programs = is_campaign() ? 32 : 8;
+    const unsigned rounds = is_campaign() ? 1000 : 250;
+    const unsigned kills = is_campaign() ? 2000 : 50;
+    const unsigned writers = 2 * programs;
     const OpenStore store("# shared\n");
-    constexpr int programs = 8;
-    constexpr int sets = 60;
-    const auto writer = [](int id) {
-        return [id] {
-            int failures[2] = {0, 0};
-            const auto work = [id, &failures](int thread) {
-                const std::string own = "own" + std::to_string(id) + "_" + std::to_string(thread);
-                const std::string brief = "brief" + std::to_string(id) + "_" + std::to_string(thread);
-                for (int i = 1; i <= sets; ++i) {
-                    failures[thread] += zelva_core_settings_set_int_value(own.c_str(), i) != 0;
-                    failures[thread] += number_of(own) != i;
-                    failures[thread] += zelva_core_settings_set_int_value("everybody's", i) != 0;
-                    if (i % 10 == 0) {
-                        failures[thread] += zelva_core_settings_set_int_value(brief.c_str(), i) != 0;
-                        failures[thread] += zelva_core_settings_delete_key(brief.c_str()) != 0;
-                    }
-                }
-            };
-            std::thread other(work, 1);
-            work(0);
-            other.join();
-            return failures[0] + failures[1] == 0 ? 0 : 1;
-        };
-    };
+    Ledger ledger(writers + 1, writers + 1);  // the last one is that of the programs that are killed
     zelva_core_settings_deinit();
-    std::vector<pid_t> writers;
-    for (int id = 0; id < programs; ++id) {
-        writers.push_back(start(writer(id)));
+    std::vector<pid_t> alive;
+    for (unsigned id = 0; id < programs; ++id) {
+        alive.push_back(start([&ledger, id, rounds] {
+            std::thread other([&ledger, id, rounds] { ledger.work(2 * id, rounds, 2 * id); });
+            ledger.work(2 * id + 1, rounds, 2 * id + 1);
+            other.join();
+            return 0;
+        }));
     }
-    // Programs that are killed in the middle of whatever they do.
     std::mt19937 random(7);
-    for (int i = 0; i < 50; ++i) {
-        const pid_t victim = start([] {
-            for (int number = 0;; ++number) {
-                zelva_core_settings_set_int_value("victim's", number);
-            }
+    for (unsigned i = 0; i < kills; ++i) {
+        const pid_t victim = start([&ledger, writers, i] {
+            ledger.work(writers, 0, i);
             return 0;
         });
+        while (ledger.steps() < writers * rounds * i / kills && ledger.failures().empty()) {
+            usleep(1000);
+        }
         usleep(static_cast<useconds_t>(2000 + random() % 8000));
         kill(victim, SIGKILL);
         BOOST_CHECK_EQUAL(-1, result_of(victim));
     }
-    for (const pid_t child : writers) {
-        BOOST_CHECK_EQUAL(0, result_of(child));
+    for (const pid_t program : alive) {
+        BOOST_CHECK_EQUAL(0, result_of(program));
     }
     BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
-    BOOST_CHECK_EQUAL(2U * programs, keys("own").size());
-    for (const std::string& key : keys("own")) {
-        BOOST_CHECK_EQUAL(sets, number_of(key));
+    ledger.check_all();
+    BOOST_CHECK_EQUAL("", ledger.failures());
+    BOOST_CHECK_EQUAL(writers * rounds, ledger.steps());
+    BOOST_TEST_MESSAGE(ledger.steps() << " durable writes of " << writers << " threads, and "
+                                      << ledger.acknowledged(writers) << " of " << kills
+                                      << " programs that were killed");
+    BOOST_CHECK(ledger.acknowledged(writers) > kills / 2);
+}
+
+BOOST_AUTO_TEST_CASE(a_program_writes_on_when_another_one_cuts_the_padding_off_the_file) {
+    const OpenStore store("k = I1\n");
+    Program other;
+    for (int i = 0; i < 5; ++i) {
+        BOOST_CHECK_EQUAL(0, other.run(set_k, 10 + i));
+        OpenStore::restart();  // the other program's padding is not this one's
+        BOOST_CHECK_EQUAL(0, other.run(reopen));
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 20 + i));
+        BOOST_CHECK_EQUAL(20 + i, other.run(get_k));
+        BOOST_CHECK_EQUAL(0, other.run(set_many, 3));
+        OpenStore::restart();
+        BOOST_CHECK_EQUAL(20 + i, number_of("k"));
+        BOOST_CHECK_EQUAL(2, number_of("many"));
     }
-    BOOST_CHECK(keys("brief").empty());
-    BOOST_CHECK_EQUAL(sets, number_of("everybody's"));
+    BOOST_CHECK_EQUAL(0, other.run(reopen));
+    BOOST_CHECK_EQUAL('\n', read_file(store_path()).back());
+    BOOST_CHECK(read_file(store_path()).find("\n\n\n") == std::string::npos);
+}
+
+BOOST_AUTO_TEST_CASE(a_program_writes_on_when_another_one_has_compacted_the_file) {
+    const OpenStore store("k = I1\n");
+    Program other;
+    BOOST_CHECK_EQUAL(0, other.run(set_k, 2));
+    struct stat before {};
+    struct stat after {};
+    BOOST_REQUIRE_EQUAL(0, stat(store_path().c_str(), &before));
+    BOOST_CHECK_EQUAL(0, set_many(1000));
+    BOOST_REQUIRE_EQUAL(0, stat(store_path().c_str(), &after));
+    BOOST_CHECK(before.st_ino != after.st_ino);
+    BOOST_CHECK(after.st_size < 16 * 4096);
+    BOOST_CHECK_EQUAL(0, other.run(set_k, 3));
+    BOOST_CHECK_EQUAL(3, number_of("k"));
+    OpenStore::restart();
+    BOOST_CHECK_EQUAL(3, number_of("k"));
+    BOOST_CHECK_EQUAL(999, number_of("many"));
+}
+
+BOOST_AUTO_TEST_CASE(what_an_editor_does_to_the_file_is_kept_by_the_next_write) {
+    using Edit = void (*)(const std::string& text);
+    const Edit edits[] = {
+        [](const std::string& text) { replace_file(store_path(), text + "edited = I5\n"); },
+        [](const std::string& text) { replace_file(store_path(), text + "edited = I5"); },
+        [](const std::string& text) { write_file(store_path(), text + "edited = I5\n"); },
+        [](const std::string&) { write_file(store_path(), "k = I1\nl = I1\nedited = I5\n"); },
+        [](const std::string&) { std::ofstream(store_path(), std::ios::app) << "edited = I5\n"; },
+        [](const std::string&) {
+            std::filesystem::remove(store_path());
+            write_file(store_path(), "k = I1\nl = I1\nedited = I5\n");
+        },
+    };
+    for (const Edit edit : edits) {
+        const OpenStore store("k = I0\n");
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 1));
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("l", 1));
+        edit(OpenStore::file());
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+        for (int i = 0; i < 2; ++i) {
+            BOOST_CHECK(keys() == (Strings{"edited", "k", "l"}));
+            BOOST_CHECK_EQUAL(5, number_of("edited"));
+            BOOST_CHECK_EQUAL(2, number_of("k"));
+            BOOST_CHECK_EQUAL(1, number_of("l"));
+            OpenStore::restart();
+        }
+    }
+}
+
+// A user who may read the settings and not write them; with and without a counter that may be read.
+BOOST_AUTO_TEST_CASE(a_user_who_may_only_read_sees_what_others_write) {
+    if (!is_root()) {
+        BOOST_TEST_MESSAGE("SKIPPED: takes root");
+        return;
+    }
+    const OpenStore store("k = I1\n");
+    for (const mode_t mode : {0755U, 0700U}) {
+        BOOST_REQUIRE_EQUAL(0, chmod(Folder::path().c_str(), 0755));
+        BOOST_REQUIRE_EQUAL(0, chmod(store_path().c_str(), 0644));
+        BOOST_REQUIRE_EQUAL(0, chmod((Folder::path() + "/.zelva").c_str(), mode));
+        BOOST_REQUIRE_EQUAL(0, chmod((Folder::path() + "/.zelva/test").c_str(), 0644));
+        Program reader([] { become(65534, 65534); });
+        for (int i = 2; i < 6; ++i) {
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", i));
+            BOOST_CHECK_EQUAL(i, reader.run(get_k));
+        }
+        BOOST_CHECK_EQUAL(0, set_many(1000));  // compacts
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 6));
+        BOOST_CHECK_EQUAL(6, reader.run(get_k));
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, reader.run(set_k, 7));
+        BOOST_CHECK_EQUAL(6, reader.run(get_k));
+        BOOST_CHECK_EQUAL(6, number_of("k"));
+    }
+    std::filesystem::permissions(Folder::path() + "/.zelva", std::filesystem::perms::owner_all);
+}
+
+BOOST_AUTO_TEST_CASE(two_users_of_a_group_share_a_store_in_the_group_s_folder) {
+    if (!is_root()) {
+        BOOST_TEST_MESSAGE("SKIPPED: takes root");
+        return;
+    }
+    constexpr uid_t users[] = {65001, 65002};
+    constexpr gid_t group = 65003;
+    zelva_core_settings_deinit();
+    std::filesystem::remove_all(Folder::path() + "/.zelva");
+    write_file(store_path(), "k = I0\n");
+    BOOST_REQUIRE_EQUAL(0, chown(Folder::path().c_str(), users[0], group));
+    BOOST_REQUIRE_EQUAL(0, chmod(Folder::path().c_str(), 02770));
+    BOOST_REQUIRE_EQUAL(0, chown(store_path().c_str(), users[0], group));
+    BOOST_REQUIRE_EQUAL(0, chmod(store_path().c_str(), 0660));
+    {
+        Program first([] { become(65001, 65003); });
+        Program second([] { become(65002, 65003); });
+        for (int i = 1; i < 5; ++i) {
+            BOOST_CHECK_EQUAL(0, first.run(set_k, 2 * i));
+            BOOST_CHECK_EQUAL(2 * i, second.run(get_k));
+            BOOST_CHECK_EQUAL(0, second.run(set_k, 2 * i + 1));
+            BOOST_CHECK_EQUAL(2 * i + 1, first.run(get_k));
+        }
+        // The second user cannot give a new file to the first one, so it goes on in the old one.
+        BOOST_CHECK_EQUAL(0, second.run(set_many, 1000));
+        BOOST_CHECK_EQUAL(0, first.run(set_many, 10));
+        BOOST_CHECK_EQUAL(0, second.run(set_k, 77));
+        BOOST_CHECK_EQUAL(77, first.run(get_k));
+    }
+    struct stat file {};
+    BOOST_REQUIRE_EQUAL(0, stat(store_path().c_str(), &file));
+    BOOST_CHECK_EQUAL(users[0], file.st_uid);
+    BOOST_CHECK_EQUAL(group, file.st_gid);
+    BOOST_CHECK_EQUAL(0660U, file.st_mode & 0777U);
+    BOOST_REQUIRE_EQUAL(0, chown(Folder::path().c_str(), 0, 0));
+    BOOST_REQUIRE_EQUAL(0, chmod(Folder::path().c_str(), 0700));
+    std::filesystem::remove_all(Folder::path() + "/.zelva");
+    std::filesystem::remove(store_path());
 }
 
 BOOST_AUTO_TEST_SUITE_END()
