@@ -229,6 +229,7 @@ int StoreFile::open(const Stamp& stamp) {
     // Who has put the file in its place may have died before that reached the disk. A folder that cannot be read cannot
     // be brought to the disk.
     if (const int error = sync_folder(folder_of(path)); error != 0 && error != EACCES) {
+        is_distrusted_ = true;
         return error;
     }
     file_ = std::move(file);

@@ -1,4 +1,5 @@
 // Several programs that have one store open at the same time.
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -318,6 +319,28 @@ BOOST_AUTO_TEST_CASE(a_program_writes_on_when_another_one_has_compacted_the_file
     OpenStore::restart();
     BOOST_CHECK_EQUAL(3, number_of("k"));
     BOOST_CHECK_EQUAL(999, number_of("many"));
+}
+
+// Some file systems and kernels give a file the same time for some milliseconds.
+BOOST_AUTO_TEST_CASE(a_write_finds_what_another_program_has_changed_without_the_file_s_time) {
+    const OpenStore store("k = I1\n");
+    Program other;
+    BOOST_CHECK_EQUAL(0, set_many(1));
+    BOOST_CHECK_EQUAL(0, other.run(set_k, 2));
+    BOOST_CHECK_EQUAL(0, set_many(2));
+    struct stat before {};
+    struct stat after {};
+    BOOST_REQUIRE_EQUAL(0, stat(store_path().c_str(), &before));
+    BOOST_CHECK_EQUAL(0, other.run(set_k, 3));
+    const timespec times[] = {before.st_atim, before.st_mtim};
+    BOOST_REQUIRE_EQUAL(0, utimensat(AT_FDCWD, store_path().c_str(), times, 0));
+    BOOST_REQUIRE_EQUAL(0, stat(store_path().c_str(), &after));
+    BOOST_REQUIRE_EQUAL(before.st_size, after.st_size);
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_copy_int_key("k", "copy"));
+    BOOST_CHECK_EQUAL(3, number_of("copy"));
+    OpenStore::restart();
+    BOOST_CHECK_EQUAL(3, number_of("k"));
+    BOOST_CHECK_EQUAL(3, number_of("copy"));
 }
 
 BOOST_AUTO_TEST_CASE(what_an_editor_does_to_the_file_is_kept_by_the_next_write) {

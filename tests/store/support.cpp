@@ -141,17 +141,20 @@ const TypeFunctions& functions_of(const std::string& key) {
 }  // namespace
 
 Folder::Folder() {
-    std::string path = (std::filesystem::temp_directory_path() / "settings.XXXXXX").string();
+    std::string path = (std::filesystem::temp_directory_path() / "device.XXXXXX").string();
     if (mkdtemp(path.data()) == nullptr) {
         throw std::runtime_error("no temporary folder");
     }
-    setenv("ZELVA_CORE_SETTINGS_DIR", path.c_str(), 1);
-    folder_path = path;
+    folder_path = path + "/programs/settings";
+    std::filesystem::create_directories(folder_path);
+    std::filesystem::permissions(path, std::filesystem::perms(0755));
+    std::filesystem::permissions(folder_path, std::filesystem::perms::owner_all);
+    setenv("ZELVA_CORE_SETTINGS_DIR", folder_path.c_str(), 1);
 }
 
 Folder::~Folder() {
     std::error_code error;
-    std::filesystem::remove_all(folder_path, error);
+    std::filesystem::remove_all(std::filesystem::path(folder_path).parent_path().parent_path(), error);
 }
 
 const std::string& Folder::path() {
