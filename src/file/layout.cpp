@@ -7,8 +7,6 @@ namespace zelva::file {
 
 namespace {
 
-constexpr char withdrawn_mark = '=';
-
 /// Calls `use` with each line of a text, without its line feed, and with where it is.
 template <class Use>
 void for_each_line(std::string_view text, Use&& use) {

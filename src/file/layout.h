@@ -2,9 +2,9 @@
 //
 // A live line is an entry, a comment or a rejected line. A withdrawn line is one whose first byte the store has
 // overwritten with '=': its key is empty, so that every reader of the format rejects it. A replaced line is an entry
-// that a later line of the same key replaces. Padding is a run of line feeds, which are blank lines, at the end of the
-// file; the same run between lines is a gap. A line that holds a NUL is damage: what a loss of power leaves where a
-// file was growing.
+// that does not count and is still to be withdrawn: a later line of the same key replaces it, or it is the default of a
+// key that has been deleted. Padding is a run of line feeds, which are blank lines, at the end of the file; the same
+// run between lines is a gap. A line that holds a NUL is damage: what a loss of power leaves where a file was growing.
 #pragma once
 
 #include <cstdint>
@@ -24,6 +24,9 @@ constexpr std::size_t sector_size = 512;
 
 /// In what steps the file grows, in bytes: the usual size of a page and of a block.
 constexpr std::size_t page_size = 4096;
+
+/// The first byte of a withdrawn line.
+constexpr char withdrawn_mark = '=';
 
 constexpr std::size_t rounded_up(std::size_t size, std::size_t unit) {
     return (size + unit - 1) / unit * unit;

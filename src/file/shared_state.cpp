@@ -88,8 +88,12 @@ int SharedState::map(int access) {
         if (access == O_RDONLY) {
             return EINVAL;
         }
-        if (system::ftruncate(file.number(), file_size) != 0) {
-            return errno;
+        // Written, so that the disk has room for it: a full one would end the program when the counter is changed.
+        // Others may be using the counter already.
+        static constexpr char rest[file_size - sizeof(Page)]{};
+        std::size_t written = 0;
+        if (const int error = write_at(file, sizeof(Page), {rest, sizeof(rest)}, written)) {
+            return error;
         }
     }
     pages_.reserve(pages_.size() + 1);

@@ -247,6 +247,13 @@ int StoreFile::rebuild(const std::vector<Change>& changes, Layout& layout, Stamp
     if (const int error = read_file(path, O_RDWR, old)) {
         return error;
     }
+    if (!(stamp == (old.exists ? stamp_of(old.attributes) : Stamp{}))) {
+        return ESTALE;
+    }
+    // Among these may be the default of a deleted key, which no later line replaces.
+    for (const Line& line : layout.replaced) {
+        old.text[line.offset] = withdrawn_mark;
+    }
     Compacted result = compacted(old.text, changes);
     if (result.text.size() > INT_MAX) {
         return EFBIG;

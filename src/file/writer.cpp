@@ -31,8 +31,9 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
     if (size + layout_.size + 2 * page_size > INT_MAX) {
         return EFBIG;
     }
+    std::vector<std::string> texts_apart;
     if (size < sector_size) {
-        texts = {lines_of(changes.data(), changes.data() + changes.size())};
+        texts_apart = std::exchange(texts, {lines_of(changes.data(), changes.data() + changes.size())});
     }
     layout_.replaced.reserve(layout_.replaced.size() + 2 * changes.size());
 
@@ -41,16 +42,22 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
         layout_.live -= line.size;
         layout_.dead += line.size;
     };
+    const bool is_new = std::none_of(changes.begin(), changes.end(), [](const Change& change) { return change.line; });
     std::size_t next = 0;  // of the lines
-    for (std::size_t i = 0; i < texts.size(); ++i) {
+    for (std::size_t i = 0; i < texts.size();) {
         const bool is_last = i + 1 == texts.size();
         std::size_t offset = 0;
         int error = append(texts[i], is_last, offset);
         if (is_out_of_room(error) && (error = cut_withdrawn()) == 0) {
             error = append(texts[i], is_last, offset);
         }
-        if (is_out_of_room(error) && texts.size() == 1 && size <= sector_size) {
+        if (is_out_of_room(error) && (texts.size() == 1 || is_new) && texts[i].size() <= sector_size) {
             error = reuse(texts[i], changes, offset);
+        }
+        if (is_out_of_room(error) && is_new && texts.size() < texts_apart.size()) {
+            // There may be room for each line by itself.
+            texts = std::move(texts_apart);
+            continue;
         }
         if (error != 0) {
             std::for_each(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(next), leave_replaced);
@@ -60,6 +67,7 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
             lines[next].offset = static_cast<std::uint32_t>(offset);
             layout_.live += lines[next].size;
         }
+        ++i;
     }
     layout_.settled_end = std::min<std::size_t>(layout_.settled_end, lines.front().offset);
     for (std::size_t i = 0; i < changes.size(); ++i) {
@@ -184,7 +192,7 @@ int Writer::reuse(std::string_view text, const std::vector<Change>& changes, std
     }
     // Old lines that stand behind the new one would count. What means nothing is withdrawn first; the value itself when
     // the new line is on the disk.
-    int error = tidy();
+    int error = 0;
     for (std::size_t i = 0; i + 1 < changes.size() && error == 0; ++i) {
         error = changes[i].line ? mark(*changes[i].line) : 0;
     }
@@ -269,6 +277,10 @@ int Writer::tidy() {
 }
 
 int Writer::cut_withdrawn() {
+    // Replaced lines may be withdrawn by now.
+    if (const int error = tidy()) {
+        return error;
+    }
     std::string file;
     if (const int error = read_all(file_, file)) {
         return error;

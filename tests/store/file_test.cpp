@@ -296,4 +296,15 @@ BOOST_AUTO_TEST_CASE(store_names_are_one_path_component_that_is_not_hidden) {
     }
 }
 
+BOOST_AUTO_TEST_CASE(a_compaction_does_not_keep_the_default_of_a_deleted_key) {
+    // The delete makes the file worth a compaction; the default is still to be withdrawn then.
+    const OpenStore store("=" + std::string(4000, 'x') + "\nDEFAULT_k = I1\nk = S" + std::string(300, 'x') +
+                          "\nn = I1\n");
+    zelva_core_settings_set_durability(ZELVA_CORE_DURABILITY_RELAXED);
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_delete_key("k"));
+    BOOST_CHECK_EQUAL("DEFAULT_k = I1\nn = I1\n", OpenStore::file());
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("n", 2));
+    BOOST_CHECK_EQUAL("n = I2\n", OpenStore::file());
+}
+
 BOOST_AUTO_TEST_SUITE_END()
