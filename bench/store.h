@@ -24,6 +24,15 @@ inline void use_folder(const std::string& folder) {
     require(setenv("ZELVA_CORE_SETTINGS_DIR", folder.c_str(), 1) == 0, "setenv");
 }
 
+/// The store, open for as long as this lives.
+class OpenStore {
+  public:
+    OpenStore() { expect(zelva_core_settings_init(store_name)); }
+    ~OpenStore() { zelva_core_settings_deinit(); }
+    OpenStore(const OpenStore&) = delete;
+    OpenStore& operator=(const OpenStore&) = delete;
+};
+
 struct Free {
     void operator()(void* memory) const { std::free(memory); }
 };
