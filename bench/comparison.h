@@ -23,6 +23,7 @@
 #include <string>
 #include <vector>
 
+#include "files.h"
 #include "timing.h"
 #include "work.h"
 
@@ -59,7 +60,7 @@ class Comparison {
 
   private:
     Comparison(const std::string& folder, const Work& work, double seconds)
-        : work_(work), store_(folder, work), seconds_(seconds) {}
+        : work_(work), folder_(folder), store_(folder, work), seconds_(seconds) {}
 
     void print(const std::string& measure, double value) const {
         bench::print(Store::name, work_.size(), measure, value);
@@ -114,29 +115,43 @@ class Comparison {
         return time / static_cast<double>(repetitions * (end - begin));
     }
 
+    /// Durable sets take turns with the least that one can cost, since what a disk takes for it changes from one second
+    /// to the next, most of all where it is shared.
     void set(const std::string& measure, Durability durability) {
         store_.open(durability);
         std::mt19937 random(std::random_device{}());
-        const unsigned first_generation = static_cast<unsigned>(random() % 1000000);
-        std::vector<unsigned> generations(work_.size(), first_generation);
+        std::vector<unsigned> generations(work_.size(), static_cast<unsigned>(random() % 1000000));
         std::vector<std::size_t> changed;
         std::vector<double> times;
+        std::vector<double> floor_times;
+        BareLines lines(folder_ + "/bare_lines");
         const Deadline deadline(seconds_);
         do {
             const std::size_t i = random() % work_.size();
             const unsigned generation = ++generations[i];
             changed.push_back(i);
-            if (work_.is_int(i)) {
-                const int number = work_.number(i, generation);
-                times.push_back(time_of([&] { store_.set(i, number); }));
-            } else {
-                const std::string text = work_.text(i, generation);
-                times.push_back(time_of([&] { store_.set(i, text); }));
+            const int number = work_.number(i, generation);
+            const std::string text = work_.text(i, generation);
+            if (durability == Durability::full) {
+                floor_times.push_back(time_of([&] {
+                    lines.write(i, text);
+                    lines.flush();
+                }));
             }
+            times.push_back(time_of([&] {
+                if (work_.is_int(i)) {
+                    store_.set(i, number);
+                } else {
+                    store_.set(i, text);
+                }
+            }));
         } while (!deadline.is_over());
         store_.close();
         print(measure, median(times));
         print(measure + "_mean", mean(times));
+        if (!floor_times.empty()) {
+            print(measure + "_floor", median(floor_times));
+        }
 
         store_.open(durability);
         for (const std::size_t i : changed) {
@@ -164,6 +179,7 @@ class Comparison {
     }
 
     const Work& work_;
+    const std::string folder_;
     Store store_;
     const double seconds_;
 };

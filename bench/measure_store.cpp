@@ -1,8 +1,6 @@
 // What is promised of this store alone, beyond the comparison: PROGRAM FOLDER KEYS MEASURE SECONDS, where MEASURE is
 // fill, handed_out, two_threads, beside_sets, list or memory. Prints its results for comparison.py.
-#include <fcntl.h>
 #include <malloc.h>
-#include <unistd.h>
 
 #include <array>
 #include <atomic>
@@ -15,6 +13,7 @@
 #include <unordered_map>
 #include <variant>
 
+#include "files.h"
 #include "store.h"
 #include "timing.h"
 
@@ -281,13 +280,12 @@ class Histogram {
 void beside_sets(const Arguments& arguments) {
     const OpenStore store;
     const Work& work = arguments.work;
-    const int file = open((arguments.folder + "/beside_sets").c_str(), O_CREAT | O_TRUNC | O_WRONLY | O_CLOEXEC, 0644);
-    require(file >= 0, "open");
-    const std::string block(4096, '\n');
+    BareLines lines(arguments.folder + "/bare_lines");
+    const std::string line = work.key(0) + " = I1\n";
     const auto write_bare = [&] {
-        require(pwrite(file, block.data(), 64, 0) == 64 && fdatasync(file) == 0, "a write");
+        lines.write(0, line);
+        lines.flush();
     };
-    require(pwrite(file, block.data(), block.size(), 0) == 4096 && fsync(file) == 0, "a write");
 
     std::mt19937 random(1);
     unsigned generation = 0;
@@ -325,7 +323,6 @@ void beside_sets(const Arguments& arguments) {
             results["read_longest_" + name].push_back(histogram.longest());
         }
     }
-    close(file);
     for (const auto& [measure, values] : results) {
         arguments.print(measure, median(values));
     }

@@ -1,13 +1,12 @@
 // What no store can do without: for a get, the look-up of the key in a hash table (and the string that is handed out);
 // for a set, one write of a line into space that was already written and, if durable, one flush.
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <unordered_map>
 
 #include "comparison.h"
+#include "files.h"
 #include "store.h"
 
 namespace {
@@ -31,20 +30,12 @@ class Floor {
         }
     }
 
-    void fill() {
-        const int file = ::open(path_.c_str(), O_CREAT | O_TRUNC | O_WRONLY | O_CLOEXEC, 0644);
-        const std::string lines(work_.size() * line_size, '\n');
-        require(file >= 0, "open");
-        require(::write(file, lines.data(), lines.size()) == static_cast<ssize_t>(lines.size()), "write");
-        require(::fsync(file) == 0 && ::close(file) == 0, "fsync");
-    }
-
+    void fill() {}
     void open(Durability durability) {
         durability_ = durability;
-        file_ = ::open(path_.c_str(), O_WRONLY | O_CLOEXEC);
-        require(file_ >= 0, "open");
+        lines_ = std::make_unique<bench::BareLines>(path_);
     }
-    void close() { require(::close(file_) == 0, "close"); }
+    void close() { lines_.reset(); }
 
     int get_int(std::size_t i) { return values_.find(work_.key(i))->second.number; }
     bench::HandedOut get_string(std::size_t i) {
@@ -71,21 +62,18 @@ class Floor {
         std::string text;
     };
 
-    /// Room for a line of the work; no line lies in two sectors.
-    static constexpr std::size_t line_size = 64;
-
     void write(std::size_t i, const std::string& value) {
-        const std::string line = work_.key(i) + " = " + value + "\n";
-        const off_t offset = static_cast<off_t>(i * line_size);
-        require(::pwrite(file_, line.data(), line.size(), offset) == static_cast<ssize_t>(line.size()), "pwrite");
-        require(durability_ == Durability::relaxed || ::fdatasync(file_) == 0, "fdatasync");
+        lines_->write(i, work_.key(i) + " = " + value + "\n");
+        if (durability_ == Durability::full) {
+            lines_->flush();
+        }
     }
 
     const bench::Work& work_;
     const std::string path_;
     std::unordered_map<std::string, Value> values_;
     Durability durability_ = Durability::full;
-    int file_ = -1;
+    std::unique_ptr<bench::BareLines> lines_;
 };
 
 }  // namespace
