@@ -58,13 +58,14 @@ def draw_panel(left, top, title, bars, ours, floor):
         weight = " strong" if name == ours else ""
         width = max(2, position(value) - begin)
         parts.append(text(begin - 8, y + 14, f"text end{weight}", name))
-        parts.append(f'<rect x="{begin}" y="{y + 3}" width="{width:.1f}" height="{ROW_HEIGHT - 6}" rx="2" class="{kind}"/>')
+        size = f'width="{width:.1f}" height="{ROW_HEIGHT - 6}"'
+        parts.append(f'<rect x="{begin}" y="{y + 3}" {size} rx="2" class="{kind}"/>')
         parts.append(text(begin + width + 6, y + 14, f"text{weight}", label))
     return parts
 
 
-def draw(panels, ours, floor, subtitle):
-    """The chart as a text. `panels` are titles and bars."""
+def draw(panels, ours, floor, subtitle, notes):
+    """The chart as a text. `panels` are titles and bars; `notes` stand beside an odd last one."""
     heights = [
         PANEL_TOP + PANEL_BOTTOM + ROW_HEIGHT * max(len(bars) for _, bars in panels[row : row + COLUMNS])
         for row in range(0, len(panels), COLUMNS)
@@ -79,9 +80,16 @@ def draw(panels, ours, floor, subtitle):
         text(MARGIN, 30, "text title", f"One operation of {ours} and of other stores"),
         text(MARGIN, 50, "faint", subtitle),
     ]
-    for number, (title, bars) in enumerate(panels):
+
+    def place(number):
         row, column = divmod(number, COLUMNS)
-        parts += draw_panel(MARGIN + column * PANEL_WIDTH, TOP + sum(heights[:row]), title, bars, ours, floor)
+        return MARGIN + column * PANEL_WIDTH, TOP + sum(heights[:row])
+
+    for number, (title, bars) in enumerate(panels):
+        parts += draw_panel(*place(number), title, bars, ours, floor)
+    left, top = place(len(panels))
+    for number, note in enumerate(notes):
+        parts.append(text(left, top + PANEL_TOP + 14 + ROW_HEIGHT * number, "faint", note))
     svg = "\n".join(parts + ["</svg>"]) + "\n"
     xml.etree.ElementTree.fromstring(svg)
     return svg

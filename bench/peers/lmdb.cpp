@@ -34,7 +34,8 @@ class Lmdb {
     void open(Durability durability) {
         expect(mdb_env_create(&environment_));
         expect(mdb_env_set_mapsize(environment_, std::size_t{1} << 30));
-        const unsigned flags = durability == Durability::full ? 0 : MDB_NOSYNC;
+        // Without flushes, writing through the map is the fastest.
+        const unsigned flags = durability == Durability::full ? 0 : MDB_NOSYNC | MDB_WRITEMAP;
         expect(mdb_env_open(environment_, folder_.c_str(), flags | MDB_NOTLS, 0644));
         MDB_txn* transaction = begin();
         expect(mdb_dbi_open(transaction, nullptr, MDB_CREATE, &database_));
