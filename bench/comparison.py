@@ -71,6 +71,13 @@ class Results:
         """Of two results, each given as store, keys and measure."""
         return statistics.median(a / b for a, b in zip(self._comparable(*above), self._comparable(*below)))
 
+    def figure(self, store, keys, measure):
+        """A result for a person; that of a durable set by its floor too, since ratios are made of that."""
+        time = shown(self.value(store, keys, measure))
+        if measure != "set_durable":
+            return time
+        return f"{time} ({statistics.median(self._comparable(store, keys, measure)):.2f} floors)"
+
     def _comparable(self, store, keys, measure):
         """Each round's result; that of a durable set by the floor that it was measured in turn with."""
         results = self.rounds(store, keys, measure)
@@ -207,7 +214,8 @@ class Report:
             return
         ratio = self._results.ratio(fastest, self._at_main(OURS, measure))
         name = fastest[0] + (", in one transaction" if fastest[2] != measure else "")
-        figure = f"{times(ratio)}: {shown(self._value(measure))}, {name} {shown(self._results.value(*fastest))}"
+        ours = self._results.figure(*self._at_main(OURS, measure))
+        figure = f"{times(ratio)}: {ours}, {name} {self._results.figure(*fastest)}"
         self._add(what, text, figure, ratio >= target)
 
     def _add_floor(self, what, measure, floor, target, text):
@@ -218,7 +226,8 @@ class Report:
     def _add_same(self, what, measure, few, target):
         many = self._size.many
         ratio = self._results.ratio((OURS, many, measure), (OURS, few, measure))
-        figure = f"{times(ratio)}: {shown(self._value(measure, many))}, {shown(self._value(measure, few))}"
+        figure = ", ".join(self._results.figure(OURS, keys, measure) for keys in (many, few))
+        figure = f"{times(ratio)}: {figure}"
         self._add(what, f"{many:,} keys <= {target}x of {few:,}", figure, ratio <= target)
 
     def _add_handed_out(self, what, kind):
