@@ -16,14 +16,6 @@ namespace {
 using api::Json;
 using api::Slot;
 
-template <class T>
-const T& plain(const T& value) {
-    return value;
-}
-const std::string& plain(const Json& json) {
-    return json.text;
-}
-
 /// Copies what stands in a slot of `key` into the caller's object, which changes only when the copy is made.
 template <class T, class Object>
 zelva_core_status get(store::Store& store, Slot slot, const char* key, Object& object) {
@@ -31,8 +23,8 @@ zelva_core_status get(store::Store& store, Slot slot, const char* key, Object& o
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
     return api::guarded([&] {
-        return store.read<T>(key, slot, [&object](const T& value) {
-            Object copy = plain(value);
+        return store.read<T>(key, slot, [&object](value::View<T> value) {
+            Object copy(value);
             object = std::move(copy);
         });
     });

@@ -65,11 +65,13 @@ store::ConfigurationStore& configuration() {
     return stores().configuration;
 }
 
-char* new_element(const std::string& text) {
-    char* element = strdup(text.c_str());
+char* new_element(std::string_view text) {
+    char* element = static_cast<char*>(std::malloc(text.size() + 1));
     if (element == nullptr) {
         throw std::bad_alloc();
     }
+    std::memcpy(element, text.data(), text.size());
+    element[text.size()] = '\0';
     return element;
 }
 

@@ -8,6 +8,7 @@
 #include <new>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <vector>
 
@@ -87,18 +88,18 @@ T* new_element(const T& value) {
     }
     return new (memory) T(value);
 }
-char* new_element(const std::string& text);
+char* new_element(std::string_view text);
+inline char* new_element(const std::string& text) {
+    return new_element(std::string_view(text));
+}
 
 /// Gives a value to the caller's variable. Throws std::bad_alloc, and then leaves the variable alone.
 template <class T>
 void hand_out(const T& value, T* out) {
     *out = value;
 }
-inline void hand_out(const std::string& text, char** out) {
+inline void hand_out(std::string_view text, char** out) {
     *out = new_element(text);
-}
-inline void hand_out(const value::Json& json, char** out) {
-    *out = new_element(json.text);
 }
 
 template <class Element>

@@ -28,7 +28,8 @@ zelva_core_status get(store::Store& store, Slot slot, const char* key, Out<T>* o
     if (key == nullptr || out == nullptr) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
-    return guarded([&] { return store.read<T>(key, slot, [&](const T& value) { hand_out(value, out, length...); }); });
+    return guarded(
+        [&] { return store.read<T>(key, slot, [&](value::View<T> value) { hand_out(value, out, length...); }); });
 }
 
 template <class T>

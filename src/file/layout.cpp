@@ -32,11 +32,12 @@ bool is_withdrawn(std::string_view line) {
 Layout read_layout(std::string_view text, const UseEntry& use) {
     Layout layout;
     layout.size = text.size();
+    const bool has_damage = is_damage(text);
     for_each_line(text, [&](std::string_view line, Line place) {
         if (line.empty()) {
             return;
         }
-        if (is_damage(line)) {
+        if (has_damage && is_damage(line)) {
             layout.is_damaged = true;
             return;
         }
@@ -45,7 +46,7 @@ Layout read_layout(std::string_view text, const UseEntry& use) {
         layout.text_end = place.offset + place.size;
         layout.is_damaged = false;
         layout.is_unterminated = line.size() == place.size;
-        if (is_withdrawn(line)) {
+        if (line[0] == withdrawn_mark) {
             layout.dead += place.size;
             return;
         }

@@ -36,7 +36,6 @@ constexpr std::size_t rounded_up(std::size_t size, std::size_t unit) {
 struct Line {
     std::uint32_t offset = 0;
     std::uint32_t size = 0;
-    bool has_earlier = false;  // replaced lines of the same key stand before it
 };
 
 /// A key that gets a value, or loses the one it has.
@@ -66,7 +65,7 @@ struct Layout {
 /// Takes an entry and its line. Gives the line that the key had before, if there was one.
 using UseEntry = std::function<std::optional<Line>(Entry, Line)>;
 
-/// Reads a file's text; a last line without a line feed counts too.
+/// Reads a file's text, to which the entries then refer; a last line without a line feed counts too.
 Layout read_layout(std::string_view text, const UseEntry& use);
 
 /// A file's text after changes, with nothing dead but one blank line of each gap, and where its entries are. The keys

@@ -15,8 +15,7 @@ bool begins_like_comment(std::string_view text) {
 }  // namespace
 
 std::optional<Entry> read_line(std::string_view line) {
-    // No text of the store holds a NUL. Where one stands, a loss of power has damaged the file.
-    if (begins_like_comment(line) || line.find('\0') != std::string_view::npos) {
+    if (begins_like_comment(line)) {
         return std::nullopt;
     }
     const std::size_t separator = line.find('=');
@@ -27,11 +26,11 @@ std::optional<Entry> read_line(std::string_view line) {
     if (key.empty()) {
         return std::nullopt;
     }
-    auto value = value::read_value(value::without_leading_blanks(line.substr(separator + 1)));
-    if (!value) {
+    value::Packed value = value::Packed::read(value::without_leading_blanks(line.substr(separator + 1)));
+    if (!value.has_value()) {
         return std::nullopt;
     }
-    return Entry{key, *std::move(value)};
+    return Entry{key, std::move(value)};
 }
 
 void write_line(std::string_view key, const value::Value& value, std::string& out) {

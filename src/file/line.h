@@ -8,16 +8,17 @@
 #include <string>
 #include <string_view>
 
-#include "value/value.h"
+#include "value/packed.h"
 
 namespace zelva::file {
 
+/// The key is a part of the line; the value refers to it.
 struct Entry {
     std::string_view key;
-    value::Value value;
+    value::Packed value;
 };
 
-/// Reads a line, given without its line feed. Nothing when it is not an entry. The key is a part of `line`.
+/// Reads a line, given without its line feed. Nothing when it is not an entry. REQUIRES: it holds no NUL.
 std::optional<Entry> read_line(std::string_view line);
 
 /// Appends the line of an entry, line feed included. REQUIRES: is_key(key), and the value is storable.

@@ -107,17 +107,19 @@ int SharedState::map(int access) {
     return 0;
 }
 
-int SharedState::find_out_whether_replaced(bool& is_replaced) const {
+int SharedState::find_out_whether_removed(bool& is_removed) const {
     struct stat opened {};
-    struct stat found {};
     if (system::fstat(lock_.number(), &opened) != 0) {
         return errno;
     }
-    const bool is_there = system::stat(path_.c_str(), &found) == 0;
-    if (!is_there && errno != ENOENT) {
-        return errno;
+    is_removed = opened.st_nlink == 0;
+    if (is_removed) {
+        // Some file systems do not count links.
+        struct stat found {};
+        const bool is_there = system::stat(path_.c_str(), &found) == 0;
+        is_removed = !is_there || found.st_ino != opened.st_ino || found.st_dev != opened.st_dev;
+        return is_there || errno == ENOENT ? 0 : errno;
     }
-    is_replaced = !is_there || opened.st_ino != found.st_ino || opened.st_dev != found.st_dev;
     return 0;
 }
 
@@ -134,12 +136,12 @@ int SharedState::lock(bool wait) {
         if (const int error = set_lock(lock_, F_WRLCK, wait)) {
             return error;
         }
-        bool is_replaced = false;
-        if (const int error = find_out_whether_replaced(is_replaced)) {
+        bool is_removed = false;
+        if (const int error = find_out_whether_removed(is_removed)) {
             unlock();
             return error;
         }
-        if (!is_replaced) {
+        if (!is_removed) {
             return 0;
         }
         // Somebody has removed the file: its lock keeps nobody out who comes later.

@@ -65,7 +65,7 @@ class SharedState {
     static_assert(std::atomic<std::uint64_t>::is_always_lock_free, "programs share it, each with its own code");
 
     int map(int access);
-    int find_out_whether_replaced(bool& is_replaced) const;
+    int find_out_whether_removed(bool& is_removed) const;
 
     const std::string path_;
     Descriptor lock_;

@@ -85,7 +85,8 @@ void StoreFile::clean_up() {
     }
 }
 
-zelva_core_status StoreFile::load(bool has_lock, const UseEntry& use, Revision& revision, Layout& layout) const {
+zelva_core_status StoreFile::load(bool has_lock, std::string& text, const UseEntry& use, Revision& revision,
+                                  Layout& layout) const {
     std::uint64_t counter = 0;
     Contents contents;
     int error = 0;
@@ -111,7 +112,8 @@ zelva_core_status StoreFile::load(bool has_lock, const UseEntry& use, Revision& 
         return status_of(error);
     }
     revision = {counter - counter % 2, contents.exists ? stamp_of(contents.attributes) : Stamp{}};
-    layout = read_layout(contents.text, use);
+    text = std::move(contents.text);
+    layout = read_layout(text, use);
     return contents.exists ? ZELVA_CORE_STATUS_NO_ERROR : ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
 }
 
@@ -127,10 +129,14 @@ bool StoreFile::is_current(const Revision& revision) const {
 }
 
 zelva_core_status StoreFile::lock() {
-    if (const zelva_core_status status = create_settings_directory()) {
-        return status;
+    int error = shared_->lock();
+    if (error == ENOENT) {
+        if (const zelva_core_status status = create_settings_directory()) {
+            return status;
+        }
+        error = shared_->lock();
     }
-    if (const int error = shared_->lock()) {
+    if (error != 0) {
         return status_of(error);
     }
     try {

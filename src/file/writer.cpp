@@ -25,7 +25,7 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
     std::size_t size = 0;
     for (const Change& change : changes) {
         texts.push_back(lines_of(&change, &change + 1));
-        lines.push_back({0, static_cast<std::uint32_t>(texts.back().size()), false});
+        lines.push_back({0, static_cast<std::uint32_t>(texts.back().size())});
         size += texts.back().size();
     }
     if (size + layout_.size + 2 * page_size > INT_MAX) {
@@ -84,10 +84,8 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
             layout_.live -= old->size;
             layout_.dead += old->size;
         } else if (!is_durable() || mark(*old) != 0) {
-            lines[i].has_earlier = true;
             leave_replaced(*old);
         } else {
-            lines[i].has_earlier = old->has_earlier;
             layout_.live -= old->size;
             layout_.dead += old->size;
         }
@@ -219,7 +217,7 @@ int Writer::remove(const std::vector<Change>& changes) {
     layout_.replaced.reserve(layout_.replaced.size() + changes.size());
     const Line& value = *changes.front().line;
     int error = 0;
-    if (value.has_earlier || value.offset >= layout_.settled_end) {
+    if (value.offset >= layout_.settled_end) {
         // Earlier lines of the key would come to count, if their withdrawal were not on the disk.
         error = tidy();
         if (error == 0) {
@@ -333,7 +331,9 @@ int Writer::flush() {
     }
     layout_.is_flushed = true;
     layout_.is_end_flushed = true;
-    layout_.settled_end = layout_.text_end;
+    if (layout_.replaced.empty()) {
+        layout_.settled_end = layout_.text_end;
+    }
     return 0;
 }
 

@@ -9,25 +9,10 @@ namespace zelva::store {
 
 namespace {
 
-constexpr std::string_view default_prefix = "DEFAULT_";
 constexpr std::string_view version_key = "Version";
-
-bool is_reserved(std::string_view name) {
-    return value::begins_with(name, default_prefix);
-}
 
 bool can_be_written(std::string_view key) {
     return file::is_key(key) && !is_reserved(key);
-}
-
-std::string default_name(std::string_view key) {
-    std::string name(default_prefix);
-    name += key;
-    return name;
-}
-
-std::string entry_name(std::string_view key, Slot slot) {
-    return slot == Slot::value ? std::string(key) : default_name(key);
 }
 
 struct UnlockAtEnd {
@@ -59,14 +44,11 @@ zelva_core_status Store::open(std::string_view name) {
 }
 
 zelva_core_status Store::load(const file::StoreFile& file, bool has_lock, Contents& contents) const {
-    const auto use_entry = [&contents](file::Entry entry, file::Line line) -> std::optional<file::Line> {
-        const auto [place, is_new] = contents.entries.try_emplace(std::string(entry.key));
-        const file::Line earlier = place->second.line;
-        line.has_earlier = !is_new;
-        place->second = {std::move(entry.value), line};
-        return is_new ? std::nullopt : std::optional(earlier);
+    Entries& entries = contents.entries;
+    const auto use_entry = [&entries](file::Entry entry, file::Line line) {
+        return entries.add(entry.key, std::move(entry.value), line);
     };
-    const zelva_core_status status = file.load(has_lock, use_entry, contents.revision, contents.layout);
+    const zelva_core_status status = file.load(has_lock, *contents.text, use_entry, contents.revision, contents.layout);
     if (status != ZELVA_CORE_STATUS_SETTING_NOT_PRESENT) {
         return status;
     }
@@ -75,21 +57,18 @@ zelva_core_status Store::load(const file::StoreFile& file, bool has_lock, Conten
 }
 
 file::Revision Store::revision() const {
-    const std::lock_guard lock(memory_);
+    const ReadLock lock(memory_);
     return contents_->revision;
 }
 
 void Store::use(Contents& fresh) {
+    std::swap(contents_->text, fresh.text);
     std::swap(contents_->entries, fresh.entries);
     std::swap(contents_->layout, fresh.layout);
     contents_->revision = fresh.revision;
 }
 
-zelva_core_status Store::refresh(std::unique_lock<std::mutex>& lock) {
-    const auto is_current = [this] { return !contents_ || contents_->file->is_current(contents_->revision); };
-    if (is_current()) {
-        return ZELVA_CORE_STATUS_NO_ERROR;
-    }
+zelva_core_status Store::read_again(ReadLock& lock) {
     lock.unlock();
     const std::lock_guard refreshing(refreshing_);
     lock.lock();
@@ -101,16 +80,16 @@ zelva_core_status Store::refresh(std::unique_lock<std::mutex>& lock) {
     lock.unlock();
     Contents fresh{};
     const zelva_core_status status = load(*file, false, fresh);
+    if (status == ZELVA_CORE_STATUS_NO_ERROR) {
+        const std::lock_guard replacing(memory_);
+        // Another thread may have closed the store meanwhile; or read the file to write it, and relies on what it has
+        // found.
+        if (!is_current() && contents_->file == file) {
+            use(fresh);
+        }
+    }
     lock.lock();
-    if (status != ZELVA_CORE_STATUS_NO_ERROR) {
-        return status;
-    }
-    // Another thread may have closed the store meanwhile; or read the file to write it, and relies on what it has
-    // found.
-    if (!is_current() && contents_->file == file) {
-        use(fresh);
-    }
-    return ZELVA_CORE_STATUS_NO_ERROR;
+    return status;
 }
 
 zelva_core_status Store::close() {
@@ -125,6 +104,7 @@ zelva_core_status Store::close() {
 
 void Store::before_fork() {
     writing_.lock();
+    listing_.lock();
     refreshing_.lock();
     memory_.lock();
 }
@@ -132,6 +112,7 @@ void Store::before_fork() {
 void Store::after_fork_in_parent() {
     memory_.unlock();
     refreshing_.unlock();
+    listing_.unlock();
     writing_.unlock();
 }
 
@@ -143,12 +124,13 @@ void Store::after_fork_in_child() {
 }
 
 bool Store::contains(std::string_view key) {
-    std::unique_lock lock(memory_);
-    return refresh(lock) == ZELVA_CORE_STATUS_NO_ERROR && contents_ && !is_reserved(key) && find(key) != nullptr;
+    ReadLock lock(memory_);
+    return refresh(lock) == ZELVA_CORE_STATUS_NO_ERROR && contents_ && !is_reserved(key) &&
+           contents_->entries.find(key, Slot::value) != nullptr;
 }
 
-zelva_core_status Store::look_up(std::unique_lock<std::mutex>& lock, std::string_view key, Slot slot, Type type,
-                                 const Value*& found) {
+zelva_core_status Store::look_up(ReadLock& lock, std::string_view key, Slot slot, Type type,
+                                 const value::Packed*& found) {
     if (is_reserved(key)) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;  // whatever has become of the file
     }
@@ -158,32 +140,27 @@ zelva_core_status Store::look_up(std::unique_lock<std::mutex>& lock, std::string
     return find(key, slot, type, found);
 }
 
-const Store::Held* Store::find(std::string_view name) const {
-    const auto entry = contents_->entries.find(name);
-    return entry == contents_->entries.end() ? nullptr : &entry->second;
-}
-
-zelva_core_status Store::find(std::string_view key, Slot slot, Type type, const Value*& found) const {
+zelva_core_status Store::find(std::string_view key, Slot slot, Type type, const value::Packed*& found) const {
     if (is_reserved(key)) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
     if (!contents_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;
     }
-    const Held* entry = find(key);
+    const Held* entry = contents_->entries.find(key, Slot::value);
     if (entry == nullptr) {
         return ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
     }
-    if (type_of(entry->value) != type) {
+    if (entry->value.type() != type) {
         return ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE;
     }
     if (slot == Slot::default_value) {
-        entry = find(default_name(key));
+        entry = contents_->entries.find(key, slot);
         if (entry == nullptr) {
             return ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
         }
         // Only a file that a person has edited has a default of another type than its key.
-        if (type_of(entry->value) != type) {
+        if (entry->value.type() != type) {
             return ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE;
         }
     }
@@ -237,18 +214,19 @@ zelva_core_status SettingsStore::reload() {
 }
 
 zelva_core_status SettingsStore::put(std::string_view key, Slot slot, Value value) {
-    const Held* present = find(key);
+    const Entries& entries = contents_->entries;
+    const Held* present = entries.find(key, Slot::value);
+    std::vector<file::Change> changes;
     if (present == nullptr) {
-        std::vector<file::Change> changes{change_of(default_name(key), value)};
-        changes.push_back(change_of(std::string(key), std::move(value)));
-        return commit(std::move(changes));
+        changes.push_back(change_of(key, Slot::default_value, value));
+        changes.push_back(change_of(key, Slot::value, std::move(value)));
+        return commit(changes);
     }
-    if (type_of(present->value) != type_of(value)) {
+    if (present->value.type() != type_of(value)) {
         return ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE;
     }
-    std::string name = entry_name(key, slot);
     if (slot == Slot::default_value) {
-        present = find(name);
+        present = entries.find(key, slot);
     }
     if (present != nullptr && value::is_same(present->value, value)) {
         // There is nothing to write. But what is there may not have reached the disk.
@@ -256,14 +234,13 @@ zelva_core_status SettingsStore::put(std::string_view key, Slot slot, Value valu
         return lock_status_ == ZELVA_CORE_STATUS_NO_ERROR && is_durable && !contents_->layout.is_flushed ? flush(false)
                                                                                                          : lock_status_;
     }
-    std::vector<file::Change> changes;
-    changes.push_back(change_of(std::move(name), std::move(value)));
-    return commit(std::move(changes));
+    changes.push_back(change_of(key, slot, std::move(value)));
+    return commit(changes);
 }
 
-file::Change SettingsStore::change_of(std::string name, std::optional<Value> value) const {
-    const Held* present = find(name);
-    return {std::move(name), std::move(value), present == nullptr ? std::nullopt : std::optional(present->line)};
+file::Change SettingsStore::change_of(std::string_view key, Slot slot, std::optional<Value> value) const {
+    const Held* present = contents_->entries.find(key, slot);
+    return {entry_name(key, slot), std::move(value), present == nullptr ? std::nullopt : std::optional(present->line)};
 }
 
 zelva_core_status SettingsStore::copy(Type type, std::string_view old_key, std::string_view new_key) {
@@ -271,9 +248,9 @@ zelva_core_status SettingsStore::copy(Type type, std::string_view old_key, std::
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
     return change([&] {
-        const Value* old = nullptr;
+        const value::Packed* old = nullptr;
         const zelva_core_status status = find(old_key, Slot::value, type, old);
-        return status == ZELVA_CORE_STATUS_NO_ERROR ? put(new_key, Slot::value, *old) : status;
+        return status == ZELVA_CORE_STATUS_NO_ERROR ? put(new_key, Slot::value, old->value()) : status;
     });
 }
 
@@ -282,32 +259,55 @@ zelva_core_status SettingsStore::remove(std::string_view key) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
     return change([&] {
-        return find(key) == nullptr
+        return contents_->entries.find(key, Slot::value) == nullptr
                    ? ZELVA_CORE_STATUS_SETTING_NOT_PRESENT
-                   : commit({change_of(std::string(key), std::nullopt), change_of(default_name(key), std::nullopt)});
+                   : commit({change_of(key, Slot::value, std::nullopt),
+                             change_of(key, Slot::default_value, std::nullopt)});
     });
 }
 
-zelva_core_status SettingsStore::commit(std::vector<file::Change> changes) {
-    // The memory for new entries is taken here, since nothing may fail once the file has changed.
-    Entries fresh;
-    for (const file::Change& change : changes) {
-        if (change.value) {
-            fresh.try_emplace(change.key, Held{*change.value, {}});
-        }
-    }
-    Entries& entries = contents_->entries;
-    const auto placed = [&](std::string_view key, file::Line line) {
-        const auto changed = fresh.find(key);
-        if (changed != fresh.end()) {
-            changed->second.line = line;
-        } else if (const auto entry = entries.find(key); entry != entries.end()) {
-            entry->second.line = line;
-        }
-    };
+zelva_core_status SettingsStore::commit(const std::vector<file::Change>& changes) {
     if (lock_status_ != ZELVA_CORE_STATUS_NO_ERROR) {
         return lock_status_;
     }
+    Entries& entries = contents_->entries;
+    // What the changes need in memory is taken here, since nothing may fail once the file has changed.
+    std::vector<Held> fresh(changes.size());
+    bool is_done = false;
+    struct GiveRoomBack {
+        SettingsStore& store;
+        const std::vector<file::Change>& changes;
+        const bool& is_done;
+        ~GiveRoomBack() {
+            if (is_done) {
+                return;
+            }
+            const std::lock_guard lock(store.memory_);
+            for (const file::Change& change : changes) {
+                store.contents_->entries.give_back(change.key);
+            }
+        }
+    };
+    const GiveRoomBack otherwise{*this, changes, is_done};
+    for (std::size_t i = 0; i < changes.size(); ++i) {
+        if (!changes[i].value) {
+            continue;
+        }
+        fresh[i].value = value::Packed(*changes[i].value);
+        if (!changes[i].line) {
+            const std::lock_guard lock(memory_);
+            entries.prepare(changes[i].key);
+        }
+    }
+    const auto placed = [&](std::string_view name, file::Line line) {
+        for (std::size_t i = 0; i < changes.size(); ++i) {
+            if (changes[i].value && changes[i].key == name) {
+                fresh[i].line = line;
+                return;
+            }
+        }
+        move_line(name, line);
+    };
     return modify([&](file::Stamp& stamp) {
         const zelva_core_status status =
             contents_->file->apply(changes, contents_->durability, contents_->layout, stamp, placed);
@@ -315,28 +315,27 @@ zelva_core_status SettingsStore::commit(std::vector<file::Change> changes) {
             return status;
         }
         const std::lock_guard lock(memory_);
-        for (const file::Change& change : changes) {
-            if (!change.value) {
-                entries.erase(change.key);
-                continue;
-            }
-            const auto insertion = entries.insert(fresh.extract(change.key));
-            if (!insertion.inserted) {
-                std::swap(insertion.position->second, insertion.node.mapped());
+        for (std::size_t i = 0; i < changes.size(); ++i) {
+            if (changes[i].value) {
+                entries.put(changes[i].key, std::move(fresh[i]));
+            } else {
+                entries.erase(changes[i].key);
             }
         }
+        is_done = true;
         return status;
     });
 }
 
+void SettingsStore::move_line(std::string_view name, file::Line line) {
+    if (Held* const held = contents_->entries.find(name)) {
+        held->line = line;
+    }
+}
+
 zelva_core_status SettingsStore::flush(bool is_to_be_tidied) {
     return modify([&](file::Stamp& stamp) {
-        Entries& entries = contents_->entries;
-        const auto placed = [&entries](std::string_view key, file::Line line) {
-            if (const auto entry = entries.find(key); entry != entries.end()) {
-                entry->second.line = line;
-            }
-        };
+        const auto placed = [this](std::string_view name, file::Line line) { move_line(name, line); };
         return contents_->file->flush(is_to_be_tidied, contents_->layout, stamp, placed);
     });
 }
@@ -401,42 +400,32 @@ zelva_core_status SettingsStore::type(std::string_view key, Type& type) {
     if (is_reserved(key)) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
-    std::unique_lock lock(memory_);
+    ReadLock lock(memory_);
     if (const zelva_core_status status = refresh(lock)) {
         return status;
     }
     if (!contents_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;
     }
-    const Held* entry = find(key);
+    const Held* entry = contents_->entries.find(key, Slot::value);
     if (entry == nullptr) {
         return ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
     }
-    type = type_of(entry->value);
+    type = entry->value.type();
     return ZELVA_CORE_STATUS_NO_ERROR;
 }
 
-zelva_core_status SettingsStore::list(std::string_view prefix, const std::function<void(const std::string&)>& use) {
-    std::unique_lock lock(memory_);
+zelva_core_status SettingsStore::list(std::string_view prefix, const std::function<void(std::string_view)>& use) {
+    const std::lock_guard listing(listing_);
+    ReadLock lock(memory_);
     if (const zelva_core_status status = refresh(lock)) {
         return status;
     }
     if (!contents_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;
     }
-    const Entries& entries = contents_->entries;
-    for (auto entry = entries.lower_bound(prefix); entry != entries.end() && value::begins_with(entry->first, prefix);
-         ++entry) {
-        if (!is_reserved(entry->first)) {
-            use(entry->first);
-        }
-    }
+    contents_->entries.list(prefix, use);
     return ZELVA_CORE_STATUS_NO_ERROR;
-}
-
-bool SettingsStore::has_keys() const {
-    return std::any_of(contents_->entries.begin(), contents_->entries.end(),
-                       [](const auto& entry) { return !is_reserved(entry.first); });
 }
 
 zelva_core_status SettingsStore::announce_version(unsigned announced, unsigned& stored) {
@@ -445,20 +434,21 @@ zelva_core_status SettingsStore::announce_version(unsigned announced, unsigned& 
     }
     unsigned old = 0;
     const zelva_core_status status = change([&] {
-        const Held* version = find(version_key);
-        if (version != nullptr && !std::holds_alternative<int>(version->value)) {
+        const Entries& entries = contents_->entries;
+        const Held* version = entries.find(version_key, Slot::value);
+        if (version != nullptr && version->value.type() != value::type_for<int>) {
             return ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE;
         }
         // A version below 1, which only a person can have written, stands for none.
-        const auto present =
-            version == nullptr ? 0U : static_cast<unsigned>(std::max(std::get<int>(version->value), 0));
-        old = has_keys() ? present : announced;
+        const auto present = version == nullptr ? 0U : static_cast<unsigned>(std::max(version->value.get<int>(), 0));
+        // A default without its key is no key.
+        old = entries.has_keys() ? present : announced;
         if (announced <= present) {
             return ZELVA_CORE_STATUS_NO_ERROR;
         }
         std::vector<file::Change> changes;
-        changes.push_back(change_of(std::string(version_key), Value(static_cast<int>(announced))));
-        return commit(std::move(changes));
+        changes.push_back(change_of(version_key, Slot::value, Value(static_cast<int>(announced))));
+        return commit(changes);
     });
     if (status != ZELVA_CORE_STATUS_NO_ERROR) {
         return status;
@@ -472,7 +462,7 @@ zelva_core_status SettingsStore::announce_version(unsigned announced, unsigned& 
 }
 
 zelva_core_status SettingsStore::versions(unsigned& stored, unsigned& announced) const {
-    const std::lock_guard lock(memory_);
+    const ReadLock lock(memory_);
     if (!contents_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;
     }

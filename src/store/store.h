@@ -1,7 +1,7 @@
 // The rules of keys, types, defaults and versions.
 //
-// A store holds its file's entries in memory. A key's default is an entry like any other, under the key's name with
-// "DEFAULT_" before it; names that begin so are reserved: no operation takes them, and no list holds them.
+// A store holds its file's entries in memory (entries.h). Names that begin with "DEFAULT_" are those of defaults and
+// are reserved: no operation takes them, and no list holds them.
 //
 // Any thread may call any member function at any time.
 #pragma once
@@ -10,27 +10,25 @@
 #include <zelva/settings.h>
 
 #include <functional>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <shared_mutex>
 #include <string>
 #include <string_view>
 #include <utility>
-#include <variant>
 #include <vector>
 
 #include "file/paths.h"
 #include "file/store_file.h"
+#include "store/entries.h"
+#include "store/readers_lock.h"
 #include "value/value.h"
 
 namespace zelva::store {
 
 using value::Type;
 using value::Value;
-
-/// The two entries that a key can have.
-enum class Slot { value, default_value };
 
 /// The version that the settings had, and the one that the program announced.
 struct Versions {
@@ -50,15 +48,15 @@ class Store {
 
     zelva_core_status close();
 
-    /// Calls `use` with the value in one slot of a key, of type T. `use` may throw; it runs under the store's lock and
-    /// must not call the store.
+    /// Calls `use` with a View<T> of the value in one slot of a key, of type T. `use` may throw; it runs under the
+    /// store's lock and must not call the store.
     template <class T, class Use>
     zelva_core_status read(std::string_view key, Slot slot, Use&& use) {
-        std::unique_lock lock(memory_);
-        const Value* found = nullptr;
+        std::shared_lock lock(memory_);
+        const value::Packed* found = nullptr;
         const zelva_core_status status = look_up(lock, key, slot, value::type_for<T>, found);
         if (status == ZELVA_CORE_STATUS_NO_ERROR) {
-            std::forward<Use>(use)(std::get<T>(*found));
+            std::forward<Use>(use)(found->get<T>());
         }
         return status;
     }
@@ -72,17 +70,12 @@ class Store {
     void after_fork_in_child();
 
   protected:
-    /// A value, and where it stands in the file. Only the holder of writing_ asks for its line.
-    struct Held {
-        Value value;
-        file::Line line;
-    };
-    using Entries = std::map<std::string, Held, std::less<>>;
-
     /// What there is for as long as the store is open.
     struct Contents {
         std::shared_ptr<file::StoreFile> file;  // shared with readers that read it again
-        Entries entries;
+        /// Of the file when it was read: entries refer to it. Never moved, as short texts are moved by copying.
+        std::unique_ptr<std::string> text = std::make_unique<std::string>();
+        Entries entries;          // only the holder of writing_ asks for their lines
         file::Revision revision;  // of the file that the entries are those of
         file::Layout layout;      // of that file; only the holder of writing_ asks for it
         zelva_core_durability durability = ZELVA_CORE_DURABILITY_FULL;
@@ -92,9 +85,15 @@ class Store {
     explicit Store(file::Kind kind) : kind_(kind) {}
     ~Store() = default;
 
+    using ReadLock = std::shared_lock<ReadersLock>;
+
     /// Reads the file again if another program has changed it. Waits for nobody: `lock`, on memory_, is released
     /// meanwhile.
-    zelva_core_status refresh(std::unique_lock<std::mutex>& lock);
+    zelva_core_status refresh(ReadLock& lock) { return is_current() ? ZELVA_CORE_STATUS_NO_ERROR : read_again(lock); }
+    zelva_core_status read_again(ReadLock& lock);
+
+    /// REQUIRES: memory_ is held.
+    bool is_current() const { return !contents_ || contents_->file->is_current(contents_->revision); }
 
     /// The file's entries, layout and revision. Settings without a file have none; for a configuration, INVALID_PARAMS.
     zelva_core_status load(const file::StoreFile& file, bool has_lock, Contents& contents) const;
@@ -107,23 +106,20 @@ class Store {
     file::Revision revision() const;
 
     /// As find, of what the file now holds. `lock` is on memory_.
-    zelva_core_status look_up(std::unique_lock<std::mutex>& lock, std::string_view key, Slot slot, Type type,
-                              const Value*& found);
+    zelva_core_status look_up(ReadLock& lock, std::string_view key, Slot slot, Type type, const value::Packed*& found);
 
-    /// Finds the entry in a slot of a key of the given type. REQUIRES: memory_ or writing_ is held.
-    zelva_core_status find(std::string_view key, Slot slot, Type type, const Value*& found) const;
-
-    /// The entry of this name, if there is one. REQUIRES: the store is open; memory_ or writing_ is held.
-    const Held* find(std::string_view name) const;
+    /// Finds the value in a slot of a key of the given type. REQUIRES: memory_ or writing_ is held.
+    zelva_core_status find(std::string_view key, Slot slot, Type type, const value::Packed*& found) const;
 
     /// Held by who opens, closes or changes the store, also while waiting for the disk.
     std::mutex writing_;
-    /// Held by who reads the file again for readers, one at a time. Taken after writing_, before memory_.
+    /// Held by who lists keys, one at a time, which may put them in order first. Taken after writing_.
+    std::mutex listing_;
+    /// Held by who reads the file again for readers, one at a time. Taken after these, before memory_.
     std::mutex refreshing_;
     /// Guards contents_ between readers and the holder of writing_. Never held while waiting for the disk, so that a
-    /// reader does not wait for it either. Not a reader-writer lock: its readers, if there are many, keep a writer
-    /// waiting for seconds.
-    mutable std::mutex memory_;
+    /// reader does not wait for it either.
+    mutable ReadersLock memory_;
     std::optional<Contents> contents_;  // has a value while the store is open
 
   private:
@@ -161,7 +157,7 @@ class SettingsStore : public Store {
     zelva_core_status type(std::string_view key, Type& type);
 
     /// Calls `use` with each key that begins with `prefix`, under the store's lock.
-    zelva_core_status list(std::string_view prefix, const std::function<void(const std::string&)>& use);
+    zelva_core_status list(std::string_view prefix, const std::function<void(std::string_view)>& use);
 
     /// Reads the file again.
     zelva_core_status reload();
@@ -181,17 +177,17 @@ class SettingsStore : public Store {
     /// Reads the file again, whatever is known of it. REQUIRES: writing_ is held.
     zelva_core_status reload(bool has_lock);
 
-    /// Whether there is a key. A default alone is none. REQUIRES: the store is open; writing_ is held.
-    bool has_keys() const;
-
     /// Writes a value that has been judged. REQUIRES: within change().
     zelva_core_status put(std::string_view key, Slot slot, Value value);
 
     /// What is to become of an entry.
-    file::Change change_of(std::string name, std::optional<Value> value) const;
+    file::Change change_of(std::string_view key, Slot slot, std::optional<Value> value) const;
 
     /// Makes the changes in the file and then in memory, or not at all. REQUIRES: within change().
-    zelva_core_status commit(std::vector<file::Change> changes);
+    zelva_core_status commit(const std::vector<file::Change>& changes);
+
+    /// Notes that an entry's line has another place in the file.
+    void move_line(std::string_view name, file::Line line);
 
     /// Makes sure that the file has reached the disk. REQUIRES: within change().
     zelva_core_status flush(bool is_to_be_tidied);
