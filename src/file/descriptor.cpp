@@ -29,21 +29,25 @@ int read_all(const Descriptor& file, std::string& out) {
     if (system::fstat(file.number(), &attributes) != 0) {
         return errno;
     }
-    const auto expected = static_cast<std::size_t>(std::max<off_t>(attributes.st_size, 0));
-    for (std::size_t room = expected + 1;; room = step) {
-        const std::size_t size = out.size();
-        if (size + room > most) {
+    // Room for one byte more than there should be, to find the end of the file with.
+    std::size_t size = 0;
+    out.resize(static_cast<std::size_t>(std::max<off_t>(attributes.st_size, 0)) + 1);
+    for (;;) {
+        if (size == out.size()) {
+            out.resize(size + step);
+        }
+        if (out.size() > most) {
             return EFBIG;
         }
-        out.resize(size + room);
-        const ssize_t count = system::pread(file.number(), &out[size], room, static_cast<off_t>(size));
-        out.resize(size + (count > 0 ? static_cast<std::size_t>(count) : 0));
+        const ssize_t count = system::pread(file.number(), &out[size], out.size() - size, static_cast<off_t>(size));
         if (count == 0) {
+            out.resize(size);
             return 0;
         }
         if (count < 0 && errno != EINTR) {
             return errno;
         }
+        size += count > 0 ? static_cast<std::size_t>(count) : 0;
     }
 }
 

@@ -46,7 +46,7 @@ class Descriptor {
 /// Brings a folder's entries to the disk. 0 also on a file system that cannot do that.
 int sync_folder(const std::string& path);
 
-/// Appends a file's content to `out`. EFBIG for a file of 2 GiB or more.
+/// Reads a file's content into `out`, which is empty. EFBIG for a file of 2 GiB or more.
 int read_all(const Descriptor& file, std::string& out);
 
 /// Writes all of `text`. On failure `written` of its bytes are in the file.

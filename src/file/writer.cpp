@@ -11,6 +11,13 @@ namespace {
 
 constexpr std::string_view mark_of_withdrawal = "=";
 
+/// Makes room for so many more lines, which then take no memory.
+void make_room(std::vector<Line>& lines, std::size_t more) {
+    if (lines.capacity() - lines.size() < more) {
+        lines.reserve(2 * lines.size() + more);
+    }
+}
+
 }  // namespace
 
 bool Writer::is_out_of_room(int error) const {
@@ -35,7 +42,7 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
     if (size < sector_size) {
         texts_apart = std::exchange(texts, {lines_of(changes.data(), changes.data() + changes.size())});
     }
-    layout_.replaced.reserve(layout_.replaced.size() + 2 * changes.size());
+    make_room(layout_.replaced, 2 * changes.size());
 
     const auto leave_replaced = [this](const Line& line) {
         layout_.replaced.push_back(line);
@@ -214,7 +221,7 @@ int Writer::reuse(std::string_view text, const std::vector<Change>& changes, std
 }
 
 int Writer::remove(const std::vector<Change>& changes) {
-    layout_.replaced.reserve(layout_.replaced.size() + changes.size());
+    make_room(layout_.replaced, changes.size());
     const Line& value = *changes.front().line;
     int error = 0;
     if (value.offset >= layout_.settled_end) {

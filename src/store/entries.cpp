@@ -17,6 +17,10 @@ std::pair<std::string_view, Slot> parsed(std::string_view name) {
                              : std::pair(name, Slot::value);
 }
 
+std::size_t hash_of(std::string_view key) {
+    return std::hash<std::string_view>()(key);
+}
+
 }  // namespace
 
 bool is_reserved(std::string_view name) {
@@ -29,21 +33,89 @@ std::string entry_name(std::string_view key, Slot slot) {
     return name;
 }
 
+std::size_t Entries::bucket_of(std::string_view key, std::size_t hash) const {
+    std::size_t bucket = hash & (buckets_.size() - 1);
+    while (buckets_[bucket].record != nullptr &&
+           (buckets_[bucket].hash != hash || buckets_[bucket].record->name() != key)) {
+        bucket = after(bucket);
+    }
+    return bucket;
+}
+
+Entries::Record* Entries::record_of(std::string_view key) const {
+    return buckets_.empty() ? nullptr : buckets_[bucket_of(key, hash_of(key))].record;
+}
+
+void Entries::resize_table(std::size_t size) {
+    const std::vector<Bucket> old = std::exchange(buckets_, std::vector<Bucket>(size));
+    for (const Bucket& bucket : old) {
+        if (bucket.record != nullptr) {
+            buckets_[bucket_of(bucket.record->name(), bucket.hash)] = bucket;
+        }
+    }
+}
+
+void Entries::reserve(std::size_t keys) {
+    constexpr std::size_t smallest = 16;
+    std::size_t size = std::max(smallest, buckets_.size());
+    while (size / 4 * 3 < keys) {
+        size *= 2;
+    }
+    if (size != buckets_.size()) {
+        resize_table(size);
+    }
+}
+
+Entries::Record& Entries::add_record(value::Packed key) {
+    reserve(records_.size() + 1);
+    Record& record = records_.emplace_back();
+    record.key = std::move(key);
+    const std::size_t hash = hash_of(record.name());
+    buckets_[bucket_of(record.name(), hash)] = {&record, hash};
+    return record;
+}
+
+void Entries::remove_record(Record& record) {
+    if (is_sorted_) {
+        sorted_.erase(place_of(record.name()));
+    }
+    std::size_t hole = bucket_of(record.name(), hash_of(record.name()));
+    buckets_[hole] = {};
+    for (std::size_t next = after(hole); buckets_[next].record != nullptr; next = after(next)) {
+        // A key must be found without passing an empty bucket.
+        const std::size_t wanted = buckets_[next].hash & (buckets_.size() - 1);
+        const bool is_between = hole <= next ? hole < wanted && wanted <= next : hole < wanted || wanted <= next;
+        if (!is_between) {
+            buckets_[std::exchange(hole, next)] = std::exchange(buckets_[next], {});
+        }
+    }
+    // The last record takes the place of this one.
+    Record& last = records_.back();
+    if (&last != &record) {
+        buckets_[bucket_of(last.name(), hash_of(last.name()))].record = &record;
+        if (is_sorted_) {
+            *place_of(last.name()) = &record;
+        }
+        record = std::move(last);
+    }
+    records_.pop_back();
+}
+
 std::optional<file::Line> Entries::add(std::string_view name, value::Packed value, file::Line line) {
     const auto [key, slot] = parsed(name);
-    Held& held = records_[key].slots[static_cast<std::size_t>(slot)];
+    Record* record = record_of(key);
+    if (record == nullptr) {
+        record = &add_record(value::Packed::string_in(key));
+    }
+    Held& held = record->at(slot);
     const auto earlier = held.value.has_value() ? std::optional(held.line) : std::nullopt;
     held = {std::move(value), line};
     return earlier;
 }
 
 const Held* Entries::find(std::string_view key, Slot slot) const {
-    const auto record = records_.find(key);
-    if (record == records_.end()) {
-        return nullptr;
-    }
-    const Held& held = record->second.slots[static_cast<std::size_t>(slot)];
-    return held.value.has_value() ? &held : nullptr;
+    const Record* const record = record_of(key);
+    return record != nullptr && record->at(slot).value.has_value() ? &record->at(slot) : nullptr;
 }
 
 Held* Entries::find(std::string_view name) {
@@ -53,38 +125,28 @@ Held* Entries::find(std::string_view name) {
 
 void Entries::prepare(std::string_view name) {
     const std::string_view key = parsed(name).first;
-    if (records_.find(key) != records_.end()) {
+    if (record_of(key) != nullptr) {
         return;
     }
     if (is_sorted_ && sorted_.size() == sorted_.capacity()) {
         sorted_.reserve(2 * sorted_.size() + 1);
     }
-    auto text = std::make_unique<char[]>(key.size());
-    std::copy(key.begin(), key.end(), text.get());
-    const std::string_view own_key(text.get(), key.size());
-    const auto record = records_.try_emplace(own_key).first;
-    record->second.key = std::move(text);
+    Record& record = add_record(value::Packed(value::Value(std::string(key))));
     if (is_sorted_) {
-        sorted_.insert(place_of(key), &*record);
+        sorted_.insert(place_of(key), &record);
     }
 }
 
 void Entries::put(std::string_view name, Held held) {
     const auto [key, slot] = parsed(name);
-    records_.find(key)->second.slots[static_cast<std::size_t>(slot)] = std::move(held);
+    record_of(key)->at(slot) = std::move(held);
 }
 
 void Entries::give_back(std::string_view name) {
-    const std::string_view key = parsed(name).first;
-    const auto record = records_.find(key);
-    if (record == records_.end() || !record->second.is_empty()) {
-        return;
+    Record* const record = record_of(parsed(name).first);
+    if (record != nullptr && record->is_empty()) {
+        remove_record(*record);
     }
-    if (is_sorted_) {
-        sorted_.erase(place_of(key));
-    }
-    const std::unique_ptr<char[]> text = std::move(record->second.key);  // the map looks at it until then
-    records_.erase(record);
 }
 
 void Entries::erase(std::string_view name) {
@@ -96,30 +158,29 @@ void Entries::erase(std::string_view name) {
 
 bool Entries::has_keys() const {
     return std::any_of(records_.begin(), records_.end(),
-                       [](const auto& record) { return record.second.slots[0].value.has_value(); });
+                       [](const Record& record) { return record.at(Slot::value).value.has_value(); });
 }
 
-std::vector<Entries::Records::value_type*>::iterator Entries::place_of(std::string_view key) {
-    return std::lower_bound(
-        sorted_.begin(), sorted_.end(), key,
-        [](const Records::value_type* record, std::string_view other) { return record->first < other; });
+std::vector<Entries::Record*>::iterator Entries::place_of(std::string_view key) {
+    return std::lower_bound(sorted_.begin(), sorted_.end(), key,
+                            [](const Record* record, std::string_view other) { return record->name() < other; });
 }
 
 void Entries::list(std::string_view prefix, const std::function<void(std::string_view)>& use) {
     if (!is_sorted_) {
         sorted_.reserve(records_.size());
-        for (Records::value_type& record : records_) {
+        for (Record& record : records_) {
             sorted_.push_back(&record);
         }
         std::sort(sorted_.begin(), sorted_.end(),
-                  [](const auto* left, const auto* right) { return left->first < right->first; });
+                  [](const Record* left, const Record* right) { return left->name() < right->name(); });
         is_sorted_ = true;
     }
-    for (auto place = place_of(prefix); place != sorted_.end() && value::begins_with((*place)->first, prefix);
+    for (auto place = place_of(prefix); place != sorted_.end() && value::begins_with((*place)->name(), prefix);
          ++place) {
         // A default without its key is nothing to a program.
-        if ((*place)->second.slots[0].value.has_value()) {
-            use((*place)->first);
+        if ((*place)->at(Slot::value).value.has_value()) {
+            use((*place)->name());
         }
     }
 }

@@ -45,7 +45,11 @@ zelva_core_status Store::open(std::string_view name) {
 
 zelva_core_status Store::load(const file::StoreFile& file, bool has_lock, Contents& contents) const {
     Entries& entries = contents.entries;
-    const auto use_entry = [&entries](file::Entry entry, file::Line line) {
+    const auto use_entry = [&entries, &text = *contents.text](file::Entry entry, file::Line line) {
+        if (line.offset == 0) {
+            constexpr std::size_t usual_line = 32;
+            entries.reserve(text.size() / (2 * usual_line));
+        }
         return entries.add(entry.key, std::move(entry.value), line);
     };
     const zelva_core_status status = file.load(has_lock, *contents.text, use_entry, contents.revision, contents.layout);

@@ -53,21 +53,29 @@ Packed::~Packed() {
     }
 }
 
-Packed Packed::read(std::string_view text) {
+void Packed::refer_to(std::string_view text, Type type) {
+    content_.text = text.data();
+    size_ = static_cast<std::uint32_t>(text.size());
+    type_ = static_cast<std::uint8_t>(type);
+    storage_ = Storage::in_text;
+}
+
+Packed Packed::string_in(std::string_view text) {
     Packed packed;
-    const auto refer_to = [&packed](std::string_view part, Type type) {
-        packed.content_.text = part.data();
-        packed.size_ = static_cast<std::uint32_t>(part.size());
-        packed.type_ = static_cast<std::uint8_t>(type);
-        packed.storage_ = Storage::in_text;
-    };
+    packed.refer_to(text, ZELVA_CORE_SETTING_TYPE_STRING);
+    return packed;
+}
+
+Packed Packed::read(std::string_view text) {
     const std::string_view untagged = text.substr(std::min<std::size_t>(text.size(), 1));
     if (begins_with(text, "S")) {
-        refer_to(untagged, ZELVA_CORE_SETTING_TYPE_STRING);
-    } else if (const std::optional<Value> value = read_value(text)) {
+        return string_in(untagged);
+    }
+    Packed packed;
+    if (const std::optional<Value> value = read_value(text)) {
         const Json* const json = std::get_if<Json>(&*value);
         if (json != nullptr && json->text == untagged) {
-            refer_to(untagged, ZELVA_CORE_SETTING_TYPE_JSON);
+            packed.refer_to(untagged, ZELVA_CORE_SETTING_TYPE_JSON);
         } else {
             packed = Packed(*value);
         }

@@ -32,6 +32,9 @@ class Packed {
     }
     ~Packed();
 
+    /// A string that refers to a text, which must live longer.
+    static Packed string_in(std::string_view text);
+
     /// Reads a value from its tag and text, as read_value. It may refer to the text, which must then live longer.
     static Packed read(std::string_view text);
 
@@ -60,6 +63,8 @@ class Packed {
     Value value() const;
 
   private:
+    void refer_to(std::string_view text, Type type);
+
     enum class Storage : std::uint8_t { nothing, inside, in_text, own_text, own_value };
 
     union Content {
