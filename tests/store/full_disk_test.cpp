@@ -19,7 +19,6 @@
 #include <map>
 #include <optional>
 #include <random>
-#include <sstream>
 #include <string>
 
 #include "support.h"
@@ -124,52 +123,8 @@ State state_of_store() {
     return state;
 }
 
-/// The line of an entry, without its line feed.
-struct Line {
-    std::string text;
-    std::size_t offset = 0;
-
-    bool is_within_sector() const { return offset / sector_size == (offset + text.size()) / sector_size; }
-};
-using Lines = std::map<std::string, Line>;
-
-/// What the file says to any reader of the format: of each name the last line. A default without its key means nothing.
-Lines lines_of_file() {
-    const std::string prefix = "DEFAULT_";
-    Lines lines;
-    std::istringstream file(read_file(store_path()));
-    std::size_t offset = 0;
-    for (std::string text; std::getline(file, text); offset += text.size() + 1) {
-        const std::size_t end = text.find(" = ");
-        if (end != std::string::npos && text[0] != '=') {
-            lines[text.substr(0, end)] = {text, offset};
-        }
-    }
-    for (auto entry = lines.begin(); entry != lines.end();) {
-        const bool is_default = entry->first.compare(0, prefix.size(), prefix) == 0;
-        const bool has_key = !is_default || lines.count(entry->first.substr(prefix.size())) != 0;
-        entry = has_key ? std::next(entry) : lines.erase(entry);
-    }
-    return lines;
-}
-
-bool say_the_same(const Lines& left, const Lines& right) {
-    return std::equal(left.begin(), left.end(), right.begin(), right.end(), [](const auto& one, const auto& other) {
-        return one.first == other.first && one.second.text == other.second.text;
-    });
-}
-
-std::vector<fs::path> names_in_folder() {
-    std::vector<fs::path> names;
-    for (const auto& entry : fs::directory_iterator(Folder::path())) {
-        names.push_back(entry.path().filename());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
-std::ptrdiff_t number_of_open_files() {
-    return std::distance(fs::directory_iterator("/proc/self/fd"), {});
+bool is_within_sector(const EntryLine& line) {
+    return line.offset / sector_size == (line.offset + line.text.size()) / sector_size;
 }
 
 /// What has happened, at all levels.
@@ -236,7 +191,7 @@ class Store {
     /// Deletes a key, for which there is always room, and writes as much in its place: a new value of another key, or
     /// the key itself anew. Nothing is promised where a line reaches into a second sector.
     void replace_a_key() {
-        const Lines lines = lines_of_file();
+        const auto lines = lines_of_file();
         const std::string key = some_text();
         const std::string other = random_() % 2 == 0 ? key : some_text();
         std::size_t size = sector_size;
@@ -244,7 +199,7 @@ class Store {
             const auto line = lines.find(prefix + key);
             const std::size_t begin = (prefix + other + " = S").size();
             if (prefix.empty() || other == key) {
-                if (line == lines.end() || !line->second.is_within_sector() || line->second.text.size() < begin) {
+                if (line == lines.end() || !is_within_sector(line->second) || line->second.text.size() < begin) {
                     return;
                 }
                 size = std::min(size, line->second.text.size() - begin);
@@ -294,7 +249,7 @@ class Store {
     /// Whether a change was made. One that was not has left everything as it was.
     template <class Change, class ChangeModel>
     bool change(const Change& change, const ChangeModel& change_model) {
-        const Lines lines = lines_of_file();
+        const auto lines = lines_of_file();
         const auto names = names_in_folder();
         ++totals_.changes;
         const zelva_core_status status = change();
@@ -305,7 +260,7 @@ class Store {
         ++totals_.refusals;
         BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, status);
         BOOST_REQUIRE(state_of_store() == model_);
-        BOOST_REQUIRE(say_the_same(lines, lines_of_file()));
+        BOOST_REQUIRE(lines == lines_of_file());
         BOOST_REQUIRE(names == names_in_folder());
         return false;
     }
@@ -342,7 +297,6 @@ void check_level(const Kind& kind, std::size_t pages_left, zelva_core_durability
     for (std::size_t i = 0; i < 100 && totals.refusals < refusals_before + 20; ++i) {
         store.change_anything();
     }
-    BOOST_REQUIRE_LT(refusals_before, totals.refusals);
     store.reload();
     for (std::size_t i = 0; i < 6 && is_changed_in_place(); ++i) {
         store.fill_up();
@@ -397,6 +351,7 @@ BOOST_AUTO_TEST_CASE(what_a_full_disk_refuses_has_changed_nothing_and_deleted_ke
             }
         }
     }
+    BOOST_CHECK_LT(number_of_levels(), totals.refusals);
     BOOST_CHECK_LT(number_of_levels(), totals.replacements);
     BOOST_TEST_MESSAGE(number_of_levels()
                        << " levels, " << totals.changes << " changes, " << totals.refusals << " refused, "

@@ -7,7 +7,10 @@
 #include <zelva/settings.h>
 
 #include <boost/test/unit_test.hpp>
+#include <cstddef>
+#include <filesystem>
 #include <functional>
+#include <map>
 #include <ostream>
 #include <string>
 #include <utility>
@@ -38,6 +41,24 @@ std::string read_file(const std::string& path);
 
 /// Whether this is a release run (scripts/campaign): the same checks at a larger size.
 bool is_campaign();
+
+/// The line of an entry, without its line feed. Where it stands does not matter to what it says.
+struct EntryLine {
+    std::string text;
+    std::size_t offset = 0;
+};
+inline bool operator==(const EntryLine& left, const EntryLine& right) {
+    return left.text == right.text;
+}
+
+/// What the file of the store "test" says to any reader of the format: of each name the last line. A default without
+/// its key means nothing.
+std::map<std::string, EntryLine> lines_of_file();
+
+/// What there is in the settings folder, sorted.
+std::vector<std::filesystem::path> names_in_folder();
+
+std::size_t number_of_open_files();
 
 /// Turns NULs and other bytes that a report would lose into escapes.
 std::string shown(const std::string& text);
