@@ -380,21 +380,28 @@ zelva_core_status SettingsStore::set_durability(zelva_core_durability durability
 }
 
 zelva_core_status SettingsStore::close() {
-    {
-        const std::lock_guard writing(writing_);
-        if (contents_ && contents_->file->has_padding(contents_->layout) &&
-            contents_->file->lock() == ZELVA_CORE_STATUS_NO_ERROR) {
-            const UnlockAtEnd unlock{*contents_->file};
-            // If another program has written the file meanwhile, the padding is for it.
-            if (contents_->file->is_unchanged(revision())) {
-                modify([&](file::Stamp& stamp) {
-                    contents_->file->cut_padding(contents_->layout, stamp);
-                    return ZELVA_CORE_STATUS_NO_ERROR;
-                });
-            }
-        }
+    try {
+        cut_padding();
+    } catch (...) {
+        // There is no memory. The padding means nothing, and the store is to be closed.
     }
     return Store::close();
+}
+
+void SettingsStore::cut_padding() {
+    const std::lock_guard writing(writing_);
+    if (!contents_ || !contents_->file->has_padding(contents_->layout) ||
+        contents_->file->lock() != ZELVA_CORE_STATUS_NO_ERROR) {
+        return;
+    }
+    const UnlockAtEnd unlock{*contents_->file};
+    // If another program has written the file meanwhile, the padding is for it.
+    if (contents_->file->is_unchanged(revision())) {
+        modify([&](file::Stamp& stamp) {
+            contents_->file->cut_padding(contents_->layout, stamp);
+            return ZELVA_CORE_STATUS_NO_ERROR;
+        });
+    }
 }
 
 zelva_core_status SettingsStore::type(std::string_view key, Type& type) {
