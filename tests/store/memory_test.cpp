@@ -3,6 +3,7 @@
 //
 // A program of its own, since it stands in for the C library's allocation functions.
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <zelva/debug.h>
@@ -469,6 +470,27 @@ BOOST_AUTO_TEST_CASE(a_write_of_any_kind_that_finds_no_memory_changes_nothing) {
         }
     }
     std::filesystem::remove(store_path());
+}
+
+BOOST_AUTO_TEST_CASE(a_write_that_finds_no_memory_half_way_leaves_nothing_behind_unknown) {
+    // The default fits into the file's padding; for the value the file is to grow, which takes memory.
+    const std::string text(300, 'x');
+    const OpenStore store("k = S" + std::string(3450, 'k') + "\n");
+    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("i", 1));
+    bool has_failed = true;
+    for (std::size_t n = 1; has_failed; ++n) {
+        struct stat before {};
+        struct stat after {};
+        stat(store_path().c_str(), &before);
+        has_failed = call_with_failure(n, [&] { zelva_core_settings_set_string_value("n", text.c_str()); });
+        stat(store_path().c_str(), &after);
+        // As on a system with a coarse clock.
+        const timespec times[] = {before.st_atim, before.st_mtim};
+        BOOST_REQUIRE_EQUAL(0, has_failed ? utimensat(AT_FDCWD, store_path().c_str(), times, 0) : 0);
+    }
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_delete_key("n"));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_sync());
+    BOOST_CHECK_EQUAL(std::string::npos, OpenStore::file().find("DEFAULT_n"));
 }
 
 BOOST_AUTO_TEST_CASE(a_reload_that_finds_no_memory_keeps_what_the_store_held) {
