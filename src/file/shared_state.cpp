@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <utility>
 
 namespace zelva::file {
 
@@ -61,15 +62,15 @@ SharedState::ReadLock::ReadLock(const SharedState& state)
 }
 
 int SharedState::open() {
-    lock_ = open_shared(path_);
-    if (!lock_.is_open()) {
+    Descriptor lock = open_shared(path_);
+    if (!lock.is_open()) {
         return errno == EACCES || errno == EROFS ? map(O_RDONLY) : errno;
     }
-    const int error = map(O_RDWR);
-    if (error != 0) {
-        lock_.close();  // no lock without a counter
+    if (const int error = map(O_RDWR)) {
+        return error;
     }
-    return error;
+    lock_ = std::move(lock);  // no lock without a counter
+    return 0;
 }
 
 int SharedState::map(int access) {

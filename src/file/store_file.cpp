@@ -207,12 +207,14 @@ int StoreFile::write_in_place(zelva_core_durability durability, Layout& layout, 
     if (const int error = open(stamp)) {
         return error;
     }
+    stamp = {};  // where memory runs out half way, or a change cannot be undone, only the file tells what it means
     Writer writer(file_, layout, durability);
     const int error = std::forward<Work>(work)(writer);
     is_distrusted_ |= writer.has_failed_to_flush();
     struct stat attributes {};
-    const bool is_known = !writer.has_failed_to_undo() && system::fstat(file_.number(), &attributes) == 0;
-    stamp = is_known ? stamp_of(attributes) : Stamp{};
+    if (!writer.has_failed_to_undo() && system::fstat(file_.number(), &attributes) == 0) {
+        stamp = stamp_of(attributes);
+    }
     return error;
 }
 

@@ -44,7 +44,7 @@ zelva_core_status Store::open(std::string_view name) {
 }
 
 zelva_core_status Store::load(const file::StoreFile& file, bool has_lock, Contents& contents) const {
-    Entries& entries = contents.entries;
+    Entries& entries = *contents.entries;
     const auto use_entry = [&entries, &text = *contents.text](file::Entry entry, file::Line line) {
         if (line.offset == 0) {
             constexpr std::size_t usual_line = 32;
@@ -130,7 +130,7 @@ void Store::after_fork_in_child() {
 bool Store::contains(std::string_view key) {
     ReadLock lock(memory_);
     return refresh(lock) == ZELVA_CORE_STATUS_NO_ERROR && contents_ && !is_reserved(key) &&
-           contents_->entries.find(key, Slot::value) != nullptr;
+           contents_->entries->find(key, Slot::value) != nullptr;
 }
 
 zelva_core_status Store::look_up(ReadLock& lock, std::string_view key, Slot slot, Type type,
@@ -151,7 +151,7 @@ zelva_core_status Store::find(std::string_view key, Slot slot, Type type, const 
     if (!contents_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;
     }
-    const Held* entry = contents_->entries.find(key, Slot::value);
+    const Held* entry = contents_->entries->find(key, Slot::value);
     if (entry == nullptr) {
         return ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
     }
@@ -159,7 +159,7 @@ zelva_core_status Store::find(std::string_view key, Slot slot, Type type, const 
         return ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE;
     }
     if (slot == Slot::default_value) {
-        entry = contents_->entries.find(key, slot);
+        entry = contents_->entries->find(key, slot);
         if (entry == nullptr) {
             return ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
         }
@@ -218,7 +218,7 @@ zelva_core_status SettingsStore::reload() {
 }
 
 zelva_core_status SettingsStore::put(std::string_view key, Slot slot, Value value) {
-    const Entries& entries = contents_->entries;
+    const Entries& entries = *contents_->entries;
     const Held* present = entries.find(key, Slot::value);
     std::vector<file::Change> changes;
     if (present == nullptr) {
@@ -243,7 +243,7 @@ zelva_core_status SettingsStore::put(std::string_view key, Slot slot, Value valu
 }
 
 file::Change SettingsStore::change_of(std::string_view key, Slot slot, std::optional<Value> value) const {
-    const Held* present = contents_->entries.find(key, slot);
+    const Held* present = contents_->entries->find(key, slot);
     return {entry_name(key, slot), std::move(value), present == nullptr ? std::nullopt : std::optional(present->line)};
 }
 
@@ -263,7 +263,7 @@ zelva_core_status SettingsStore::remove(std::string_view key) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
     return change([&] {
-        return contents_->entries.find(key, Slot::value) == nullptr
+        return contents_->entries->find(key, Slot::value) == nullptr
                    ? ZELVA_CORE_STATUS_SETTING_NOT_PRESENT
                    : commit({change_of(key, Slot::value, std::nullopt),
                              change_of(key, Slot::default_value, std::nullopt)});
@@ -274,7 +274,7 @@ zelva_core_status SettingsStore::commit(const std::vector<file::Change>& changes
     if (lock_status_ != ZELVA_CORE_STATUS_NO_ERROR) {
         return lock_status_;
     }
-    Entries& entries = contents_->entries;
+    Entries& entries = *contents_->entries;
     // What the changes need in memory is taken here, since nothing may fail once the file has changed.
     std::vector<Held> fresh(changes.size());
     bool is_done = false;
@@ -288,7 +288,7 @@ zelva_core_status SettingsStore::commit(const std::vector<file::Change>& changes
             }
             const std::lock_guard lock(store.memory_);
             for (const file::Change& change : changes) {
-                store.contents_->entries.give_back(change.key);
+                store.contents_->entries->give_back(change.key);
             }
         }
     };
@@ -332,7 +332,7 @@ zelva_core_status SettingsStore::commit(const std::vector<file::Change>& changes
 }
 
 void SettingsStore::move_line(std::string_view name, file::Line line) {
-    if (Held* const held = contents_->entries.find(name)) {
+    if (Held* const held = contents_->entries->find(name)) {
         held->line = line;
     }
 }
@@ -383,21 +383,28 @@ zelva_core_status SettingsStore::set_durability(zelva_core_durability durability
 }
 
 zelva_core_status SettingsStore::close() {
-    {
-        const std::lock_guard writing(writing_);
-        if (contents_ && contents_->file->has_padding(contents_->layout) &&
-            contents_->file->lock() == ZELVA_CORE_STATUS_NO_ERROR) {
-            const UnlockAtEnd unlock{*contents_->file};
-            // If another program has written the file meanwhile, the padding is for it.
-            if (contents_->file->is_unchanged(revision())) {
-                modify([&](file::Stamp& stamp) {
-                    contents_->file->cut_padding(contents_->layout, stamp);
-                    return ZELVA_CORE_STATUS_NO_ERROR;
-                });
-            }
-        }
+    try {
+        cut_padding();
+    } catch (...) {
+        // There is no memory. The padding means nothing, and the store is to be closed.
     }
     return Store::close();
+}
+
+void SettingsStore::cut_padding() {
+    const std::lock_guard writing(writing_);
+    if (!contents_ || !contents_->file->has_padding(contents_->layout) ||
+        contents_->file->lock() != ZELVA_CORE_STATUS_NO_ERROR) {
+        return;
+    }
+    const UnlockAtEnd unlock{*contents_->file};
+    // If another program has written the file meanwhile, the padding is for it.
+    if (contents_->file->is_unchanged(revision())) {
+        modify([&](file::Stamp& stamp) {
+            contents_->file->cut_padding(contents_->layout, stamp);
+            return ZELVA_CORE_STATUS_NO_ERROR;
+        });
+    }
 }
 
 zelva_core_status SettingsStore::type(std::string_view key, Type& type) {
@@ -411,7 +418,7 @@ zelva_core_status SettingsStore::type(std::string_view key, Type& type) {
     if (!contents_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;
     }
-    const Held* entry = contents_->entries.find(key, Slot::value);
+    const Held* entry = contents_->entries->find(key, Slot::value);
     if (entry == nullptr) {
         return ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
     }
@@ -428,7 +435,7 @@ zelva_core_status SettingsStore::list(std::string_view prefix, const std::functi
     if (!contents_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;
     }
-    contents_->entries.list(prefix, use);
+    contents_->entries->list(prefix, use);
     return ZELVA_CORE_STATUS_NO_ERROR;
 }
 
@@ -438,7 +445,7 @@ zelva_core_status SettingsStore::announce_version(unsigned announced, unsigned& 
     }
     unsigned old = 0;
     const zelva_core_status status = change([&] {
-        const Entries& entries = contents_->entries;
+        const Entries& entries = *contents_->entries;
         const Held* version = entries.find(version_key, Slot::value);
         if (version != nullptr && version->value.type() != value::type_for<int>) {
             return ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE;

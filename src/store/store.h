@@ -73,11 +73,11 @@ class Store {
     /// What there is for as long as the store is open.
     struct Contents {
         std::shared_ptr<file::StoreFile> file;  // shared with readers that read it again
-        /// Of the file when it was read: entries refer to it. Never moved, as short texts are moved by copying.
+        /// Of the file when it was read: entries refer to it. Neither is ever moved, as that may copy, or take memory.
         std::unique_ptr<std::string> text = std::make_unique<std::string>();
-        Entries entries;          // only the holder of writing_ asks for their lines
-        file::Revision revision;  // of the file that the entries are those of
-        file::Layout layout;      // of that file; only the holder of writing_ asks for it
+        std::unique_ptr<Entries> entries = std::make_unique<Entries>();  // only the holder of writing_ asks for lines
+        file::Revision revision;                                         // of the file that the entries are those of
+        file::Layout layout;  // of that file; only the holder of writing_ asks for it
         zelva_core_durability durability = ZELVA_CORE_DURABILITY_FULL;
         std::optional<Versions> versions;  // since the first announcement
     };
@@ -191,6 +191,9 @@ class SettingsStore : public Store {
 
     /// Makes sure that the file has reached the disk. REQUIRES: within change().
     zelva_core_status flush(bool is_to_be_tidied);
+
+    /// Takes away the padding at the file's end, where that can be done.
+    void cut_padding();
 
     /// Calls `work` with the file's stamp, which it may change with the file, as it may the layout. Other programs then
     /// read the file again. REQUIRES: within change(), with the lock of the file.

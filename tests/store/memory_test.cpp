@@ -1,17 +1,25 @@
 // When memory runs out: the first allocation of an operation fails, then the second, until none does. Each time the
-// operation says so, hands out nothing, and leaves the store and its file as they were.
+// operation says so, hands out nothing, and leaves the store and its file as they were, and the file free for others.
 //
 // A program of its own, since it stands in for the C library's allocation functions.
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <zelva/debug.h>
 #include <zelva/accessors.hpp>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <functional>
+#include <map>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "support.h"
 
@@ -63,29 +71,46 @@ bool call_with_failure(std::size_t n, const Operation& operation) {
     return has_failed;
 }
 
-struct State {
-    std::string file = OpenStore::file();
-    Strings names = keys();
-    std::vector<Value> values = read();
+std::string shared_state_path() {
+    return Folder::path() + "/.zelva/test";
+}
 
-    std::vector<Value> read() const {
-        std::vector<Value> all;
-        for (const std::string& name : names) {
-            all.push_back(value_of(name));
-        }
-        return all;
+/// Whether programs can go on with the store's file: nobody holds its lock, and no change of it is under way.
+bool is_at_rest() {
+    const int file = open(shared_state_path().c_str(), O_RDWR | O_CLOEXEC);
+    std::uint64_t counter = 0;
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    if (file < 0) {
+        return errno == ENOENT;
     }
-    bool operator==(const State& other) const {
-        return file == other.file && names == other.names && values == other.values;
+    const bool is_free =
+        pread(file, &counter, sizeof(counter), 0) == sizeof(counter) && fcntl(file, F_OFD_SETLK, &lock) == 0;
+    close(file);
+    return is_free && counter % 2 == 0;
+}
+
+/// What anyone can tell of the store.
+struct Snapshot {
+    std::map<std::string, EntryLine> lines = lines_of_file();
+    Strings names = names_in_folder();
+    State entries = state_of_store();
+
+    bool operator==(const Snapshot& other) const {
+        return lines == other.lines && names == other.names && entries == other.entries;
     }
 };
 
-/// Checks one operation. The last call, in which no allocation fails, must succeed.
-void check(const char* name, const std::function<zelva_core_status()>& operation) {
+/// Checks one operation; `before_each` is done before each call of it, and changes nothing. The last call, in which no
+/// allocation fails, must succeed.
+void check(
+    const char* name, const std::function<zelva_core_status()>& operation,
+    const std::function<void()>& before_each = [] {}) {
     BOOST_TEST_CONTEXT(name) {
-        const State before;
+        const Snapshot before;
         for (std::size_t n = 1;; ++n) {
             zelva_core_status status{};
+            before_each();
             if (!call_with_failure(n, [&] { status = operation(); })) {
                 BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, status);
                 BOOST_TEST_MESSAGE(name << ": " << n - 1 << " allocations");
@@ -93,7 +118,8 @@ void check(const char* name, const std::function<zelva_core_status()>& operation
             }
             BOOST_TEST_CONTEXT("allocation " << n) {
                 BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_ALLOC_FAILED, status);
-                BOOST_CHECK(before == State());
+                BOOST_CHECK(before == Snapshot());
+                BOOST_CHECK(is_at_rest());
             }
         }
     }
@@ -139,6 +165,12 @@ BOOST_AUTO_TEST_CASE(the_first_call_of_a_process_may_find_no_memory) {
         [] { return zelva_core_configuration_init("test"); },
         [&number] { return zelva_core_settings_get_int_value("k", &number); },
         [&number] { return zelva_core_configuration_get_int_value("k", &number); },
+        [] {
+            // The path may be known before there is no memory to create the folder.
+            const char* path = zelva_core_debug_get_setting_path();
+            return path == nullptr || path == Folder::path() ? ZELVA_CORE_STATUS_ALLOC_FAILED
+                                                             : ZELVA_CORE_STATUS_NO_ERROR;
+        },
     };
     for (const auto& call : calls) {
         for (std::size_t n = 1;; ++n) {
@@ -227,18 +259,27 @@ BOOST_AUTO_TEST_CASE(an_accessor_that_finds_no_memory_changes_nothing) {
     const Ints ints{1, 2};
     Bools bools{true};
     Doubles doubles{1};
-    check("settingsSetString", [&] { return settingsSetString("string", text); });
-    check("settingsSetDefaultString", [&] { return settingsSetDefaultString("new_string", text); });
-    check("settingsSetJson", [&] { return settingsSetJson("json", json); });
-    check("settingsSetDefaultJson", [&] { return settingsSetDefaultJson("new_json", json); });
-    check("settingsSetBool", [&] { return settingsSetBool("bool", false); });
-    check("settingsSetStringVector", [&] { return settingsSetStringVector("arrayofstring", strings); });
-    check("settingsSetIntVector", [&] { return settingsSetIntVector("new_ints", ints); });
-    check("settingsSetBoolVector", [&] { return settingsSetBoolVector("arrayofbool", bools); });
-    check("settingsSetDoubleVector", [&] { return settingsSetDoubleVector("new_doubles", doubles); });
+    write_file(configuration_path(), OpenStore::file());
+    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_configuration_init("test"));
+
+#define CHECK_SET(accessor, name, value)                                               \
+    check(#accessor " new " #name, [&] { return accessor("new " #accessor, value); }); \
+    check(#accessor " " #name, [&] { return accessor(#name, value); })
+    CHECK_SET(settingsSetString, string, text);
+    CHECK_SET(settingsSetDefaultString, string, text);
+    CHECK_SET(settingsSetJson, json, json);
+    CHECK_SET(settingsSetDefaultJson, json, json);
+    CHECK_SET(settingsSetBool, bool, false);
+    CHECK_SET(settingsSetDefaultBool, bool, false);
+    CHECK_SET(settingsSetStringVector, arrayofstring, strings);
+    CHECK_SET(settingsSetDefaultStringVector, arrayofstring, strings);
+    CHECK_SET(settingsSetIntVector, arrayofint, ints);
+    CHECK_SET(settingsSetDefaultIntVector, arrayofint, ints);
+    CHECK_SET(settingsSetBoolVector, arrayofbool, bools);
+    CHECK_SET(settingsSetDoubleVector, arrayofdouble, doubles);
 
     // What a getter is to fill has little room, so that each allocates.
-    const auto check_get = [](const char* name, const char* key, auto* getter, const auto& before) {
+    const auto check_get = [](const char* name, const char* key, const auto& getter, const auto& before) {
         auto object = before;
         check(name, [&] {
             const zelva_core_status status = getter(key, object);
@@ -246,12 +287,29 @@ BOOST_AUTO_TEST_CASE(an_accessor_that_finds_no_memory_changes_nothing) {
         });
         BOOST_CHECK(object != before);
     };
-    check_get("settingsGetString", "string", settingsGetString, std::string("kept"));
-    check_get("settingsGetJson", "json", settingsGetJson, std::string("kept"));
-    check_get("settingsGetStringVector", "arrayofstring", settingsGetStringVector, Strings{"kept", "kept"});
-    check_get("settingsGetIntVector", "new_ints", settingsGetIntVector, Ints{});
-    check_get("settingsGetBoolVector", "arrayofbool", settingsGetBoolVector, Bools{});
-    check_get("settingsGetDoubleVector", "new_doubles", settingsGetDoubleVector, Doubles{});
+    const auto configuration = [](auto* getter) {
+        return [getter](const char* key, auto& object) {
+            return getter(key, object) ? ZELVA_CORE_STATUS_NO_ERROR : ZELVA_CORE_STATUS_ALLOC_FAILED;
+        };
+    };
+#define CHECK_GETTER(getter, name, before) check_get(#getter, #name, getter, before)
+    CHECK_GETTER(settingsGetString, string, std::string("kept"));
+    CHECK_GETTER(settingsGetDefaultString, string, std::string("kept"));
+    CHECK_GETTER(settingsGetJson, json, std::string("kept"));
+    CHECK_GETTER(settingsGetDefaultJson, json, std::string("kept"));
+    CHECK_GETTER(settingsGetBool, bool, true);
+    CHECK_GETTER(settingsGetDefaultBool, bool, true);
+    CHECK_GETTER(settingsGetStringVector, arrayofstring, (Strings{"kept", "kept"}));
+    CHECK_GETTER(settingsGetDefaultStringVector, arrayofstring, (Strings{"kept", "kept"}));
+    CHECK_GETTER(settingsGetIntVector, arrayofint, Ints{});
+    CHECK_GETTER(settingsGetDefaultIntVector, arrayofint, Ints{});
+    CHECK_GETTER(settingsGetBoolVector, arrayofbool, Bools{});
+    CHECK_GETTER(settingsGetDoubleVector, arrayofdouble, Doubles{});
+    CHECK_GETTER(configuration(configurationGetStringVector), arrayofstring, (Strings{"kept", "kept"}));
+    CHECK_GETTER(configuration(configurationGetIntVector), arrayofint, Ints{});
+    CHECK_GETTER(configuration(configurationGetBoolVector), arrayofbool, Bools{});
+    CHECK_GETTER(configuration(configurationGetDoubleVector), arrayofdouble, Doubles{});
+    zelva_core_configuration_deinit();
 }
 
 BOOST_AUTO_TEST_CASE(a_list_that_finds_no_memory_is_NULL) {
@@ -266,41 +324,297 @@ BOOST_AUTO_TEST_CASE(a_list_that_finds_no_memory_is_NULL) {
 
 BOOST_AUTO_TEST_CASE(what_needs_no_memory_works_without_it) {
     const OpenStore store(all_types());
+    write_file(configuration_path(), OpenStore::file());
+    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_configuration_init("test"));
+    unsigned old_version = 0;
+    unsigned version = 0;
+    zelva_core_settings_get_and_set_version(&old_version, 5);
     int number = 0;
     bool truth = false;
     double real = 0;
     zelva_core_settings_type type{};
-    bool exists = false;
-    const bool failed = call_with_failure(1, [&] {
-        zelva_core_settings_get_int_value("int", &number);
-        zelva_core_settings_get_bool_value("bool", &truth);
-        zelva_core_settings_get_double_value("double", &real);
-        zelva_core_settings_get_type("string", &type);
-        exists = zelva_core_settings_does_key_exist("json");
-    });
-    BOOST_CHECK(!failed);
-    BOOST_CHECK(number == 7 && truth && real == 0.1 && type == ZELVA_CORE_SETTING_TYPE_STRING && exists);
+    const std::vector<std::pair<const char*, std::function<bool()>>> calls{
+        {"init", [] { return zelva_core_init() == 0; }},
+        {"int", [&] { return zelva_core_settings_get_int_value("int", &number) == 0 && number == 7; }},
+        {"bool", [&] { return zelva_core_settings_get_bool_value("bool", &truth) == 0 && truth; }},
+        {"double", [&] { return zelva_core_settings_get_double_value("double", &real) == 0 && real == 0.1; }},
+        {"configuration int", [&] { return zelva_core_configuration_get_int_value("int", &number) == 0; }},
+        {"configuration bool", [&] { return zelva_core_configuration_get_bool_value("bool", &truth) == 0; }},
+        {"configuration double", [&] { return zelva_core_configuration_get_double_value("double", &real) == 0; }},
+        {"type",
+         [&] { return zelva_core_settings_get_type("json", &type) == 0 && type == ZELVA_CORE_SETTING_TYPE_JSON; }},
+        {"exists", [] { return zelva_core_settings_does_key_exist("json"); }},
+        {"configuration exists", [] { return zelva_core_configuration_does_key_exist("json"); }},
+        {"versions", [&] { return zelva_core_settings_get_versions(&old_version, &version) == 0 && version == 5; }},
+        {"durability", [] { return zelva_core_settings_set_durability(ZELVA_CORE_DURABILITY_FULL) == 0; }},
+        {"configuration deinit", [] { return zelva_core_configuration_deinit() == 0; }},
+    };
+    for (const auto& [name, call] : calls) {
+        BOOST_TEST_CONTEXT(name) {
+            bool is_right = false;
+            BOOST_CHECK(!call_with_failure(1, [&, &call = call] { is_right = call(); }));
+            BOOST_CHECK(is_right);
+        }
+    }
+}
+
+BOOST_AUTO_TEST_CASE(a_write_of_any_kind_that_finds_no_memory_changes_nothing) {
+    const std::string short_text(20, 's');
+    const std::string half_sector(300, 'h');
+    const std::string sectors(1500, 'm');
+    const std::string pages(9000, 'l');
+    const std::string wasteful = "k = I1\n=" + std::string(9000, 'w') + "\n# kept\n\nDEFAULT_t = Sd\nt = St\n";
+    const auto set_text = [](const char* key, const std::string& value) {
+        return [key, &value] { return zelva_core_settings_set_string_value(key, value.c_str()); };
+    };
+    const auto set_text_default = [](const char* key, const std::string& value) {
+        return [key, &value] { return zelva_core_settings_set_default_string_value(key, value.c_str()); };
+    };
+    const auto remove = [](const char* key) { return [key] { return zelva_core_settings_delete_key(key); }; };
+    const auto relax = [] { zelva_core_settings_set_durability(ZELVA_CORE_DURABILITY_RELAXED); };
+    const auto nothing = [] {};
+    // As an editor does: the next write reads the file again.
+    const auto touch = [] { write_file(store_path(), read_file(store_path())); };
+    unsigned version = 0;
+
+    const struct {
+        const char* name;
+        std::optional<std::string> file;
+        std::function<void()> before;
+        std::function<zelva_core_status()> operation;
+        std::function<void()> before_each;
+    } situations[] = {
+        {"the first write", std::nullopt, nothing, set_text("t", short_text), nothing},
+        {"the first write, of a default", std::nullopt, nothing, set_text_default("t", pages), nothing},
+        {"the first version", std::nullopt, nothing,
+         [&] { return zelva_core_settings_get_and_set_version(&version, 3); }, nothing},
+        {"a higher version", "Version = I1\n", nothing,
+         [&] { return zelva_core_settings_get_and_set_version(&version, 3); }, nothing},
+        {"a lower version", "Version = I9\n", nothing,
+         [&] { return zelva_core_settings_get_and_set_version(&version, 3); }, nothing},
+        {"behind a line without its line feed", "t = St", nothing, set_text("t", short_text), nothing},
+        {"a delete without a line feed at the end", "t = St", nothing, remove("t"), nothing},
+        {"a compaction", wasteful, nothing, set_text("t", short_text), nothing},
+        {"a compaction, with a new key", wasteful, nothing, set_text("n", pages), nothing},
+        {"a compaction, by a delete", wasteful, nothing, remove("t"), nothing},
+        {"more than a sector", "t = St\n", nothing, set_text("t", sectors), nothing},
+        {"more than a page", "t = St\n", nothing, set_text("t", pages), nothing},
+        {"more than a page, again", "t = S" + pages + "x\n", nothing, set_text("t", pages), nothing},
+        {"a default of more than a page", "t = St\n", nothing, set_text_default("t", pages), nothing},
+        {"two lines of more than a sector", "t = St\n", nothing, set_text("n", half_sector), nothing},
+        {"two lines of more than a sector each", "t = St\n", nothing, set_text("n", sectors), nothing},
+        {"a file that grows", "t = S" + std::string(4085, 'x') + "\n", nothing, set_text("n", short_text), nothing},
+        {"a file that ends with damage", "t = St\n" + std::string(100, '\0'), nothing, set_text("t", short_text),
+         nothing},
+        {"a delete", "DEFAULT_t = Sd\nt = St\n", nothing, remove("t"), nothing},
+        {"a delete with earlier lines", "t = Sa\nt = Sb\nDEFAULT_t = Sd\nt = St\n", nothing, remove("t"), nothing},
+        {"a delete of what has just been written", "t = Sa\n", set_text("t", sectors), remove("t"), nothing},
+        {"a copy", "t = S" + pages + "\n", nothing, [] { return zelva_core_settings_copy_string_key("t", "n"); },
+         nothing},
+        {"what is there already", "t = S" + short_text + "\n", nothing, set_text("t", short_text), nothing},
+        {"relaxed", "t = St\n", relax, set_text("t", short_text), nothing},
+        {"relaxed, a new key", "t = St\n", relax, set_text("n", half_sector), nothing},
+        {"relaxed, more than a page", "t = St\n", relax, set_text("t", pages), nothing},
+        {"relaxed, a delete", "t = Sa\nDEFAULT_t = Sd\nt = St\n", relax, remove("t"), nothing},
+        {"relaxed, a compaction", wasteful, relax, set_text("t", short_text), nothing},
+        {"a sync", "t = St\n", nothing, zelva_core_settings_sync, nothing},
+        {"a sync without a file", std::nullopt, nothing, zelva_core_settings_sync, nothing},
+        {"a sync after relaxed writes", "t = St\n",
+         [&] {
+             relax();
+             set_text("t", short_text)();
+             set_text("n", sectors)();
+             remove("n")();
+         },
+         zelva_core_settings_sync, nothing},
+        {"after an editor", "t = St\n", nothing, set_text("t", short_text), touch},
+        {"a delete after an editor", "t = St\n", nothing, remove("t"), touch},
+        {"a sync after an editor", "t = St\n", nothing, zelva_core_settings_sync, touch},
+        {"a reload", "t = St\n", nothing, zelva_core_settings_reload, nothing},
+        {"a reload after an editor", "t = St\n", nothing, zelva_core_settings_reload, touch},
+        {"with a shared state that is gone", "t = St\n", nothing, set_text("t", short_text),
+         [] { std::filesystem::remove(shared_state_path()); }},
+    };
+    for (const auto& situation : situations) {
+        BOOST_TEST_CONTEXT(situation.name) {
+            const std::size_t open_files = number_of_open_files();
+            std::filesystem::remove(store_path());
+            if (situation.file) {
+                write_file(store_path(), *situation.file);
+            }
+            BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+            situation.before();
+            check(situation.name, situation.operation, situation.before_each);
+            const Snapshot after;
+            OpenStore::restart();
+            BOOST_CHECK(after == Snapshot());
+            zelva_core_settings_deinit();
+            BOOST_CHECK_EQUAL(open_files, number_of_open_files());
+        }
+    }
+    std::filesystem::remove(store_path());
+}
+
+BOOST_AUTO_TEST_CASE(a_write_that_finds_no_memory_half_way_leaves_nothing_behind_unknown) {
+    // The default fits into the file's padding; for the value the file is to grow, which takes memory.
+    const std::string text(300, 'x');
+    const OpenStore store("k = S" + std::string(3450, 'k') + "\n");
+    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("i", 1));
+    bool has_failed = true;
+    for (std::size_t n = 1; has_failed; ++n) {
+        struct stat before {};
+        struct stat after {};
+        stat(store_path().c_str(), &before);
+        has_failed = call_with_failure(n, [&] { zelva_core_settings_set_string_value("n", text.c_str()); });
+        stat(store_path().c_str(), &after);
+        // As on a system with a coarse clock.
+        const timespec times[] = {before.st_atim, before.st_mtim};
+        BOOST_REQUIRE_EQUAL(0, has_failed ? utimensat(AT_FDCWD, store_path().c_str(), times, 0) : 0);
+    }
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_delete_key("n"));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_sync());
+    BOOST_CHECK_EQUAL(std::string::npos, OpenStore::file().find("DEFAULT_n"));
+}
+
+BOOST_AUTO_TEST_CASE(a_reload_that_finds_no_memory_keeps_what_the_store_held) {
+    const OpenStore store(all_types());
+    write_file(store_path(), "new = I1\n");
+    check("reload", zelva_core_settings_reload);
+    BOOST_CHECK(Strings{"new"} == keys());
+}
+
+BOOST_AUTO_TEST_CASE(a_read_after_another_program_s_write_that_finds_no_memory_hands_out_nothing_old) {
+    const OpenStore store(all_types());
+    int version = 0;
+    const auto write_in_another_program = [&version] {
+        const pid_t child = fork();
+        if (child == 0) {
+            _exit(set("int", version + 1));
+        }
+        ++version;
+        int status = -1;
+        BOOST_REQUIRE_EQUAL(child, waitpid(child, &status, 0));
+        BOOST_REQUIRE_EQUAL(0, status);
+    };
+    const auto without_version = [] {
+        Snapshot state;
+        state.entries.erase("int");
+        state.lines.erase("int");
+        return state;
+    };
+    const auto status_if = [](bool is_done) {
+        return is_done ? ZELVA_CORE_STATUS_NO_ERROR : ZELVA_CORE_STATUS_ALLOC_FAILED;
+    };
+    int number = 0;
+    std::string text;
+    zelva_core_settings_type type{};
+    const std::vector<std::pair<const char*, std::function<zelva_core_status()>>> reads{
+        {"get", [&] { return zelva_core_settings_get_int_value("int", &number); }},
+        {"get default", [&] { return zelva_core_settings_get_default_int_value("int", &number); }},
+        {"accessor", [&] { return zelva::core::settingsGetString("string", text); }},
+        {"type", [&] { return zelva_core_settings_get_type("int", &type); }},
+        {"exists", [&] { return status_if(zelva_core_settings_does_key_exist("int")); }},
+        {"all keys",
+         [&] {
+             char** list = zelva_core_settings_get_all_keys();
+             zelva_core_free_string_array(list);
+             return status_if(list != nullptr);
+         }},
+        {"set", [&] { return zelva_core_settings_set_bool_value("bool", version % 2 == 0); }},
+        {"delete", [] { return zelva_core_settings_delete_key("string2"); }},
+    };
+    for (const auto& [name, read] : reads) {
+        BOOST_TEST_CONTEXT(name) {
+            const Snapshot before = without_version();
+            bool has_failed = true;
+            for (std::size_t n = 1; has_failed; ++n) {
+                write_in_another_program();
+                zelva_core_status status{};
+                has_failed = call_with_failure(n, [&, &read = read] { status = read(); });
+                BOOST_CHECK_EQUAL(has_failed ? ZELVA_CORE_STATUS_ALLOC_FAILED : ZELVA_CORE_STATUS_NO_ERROR, status);
+                BOOST_CHECK_EQUAL(Value(version), value_of("int"));
+                BOOST_CHECK(!has_failed || before == without_version());
+                BOOST_CHECK(is_at_rest());
+            }
+        }
+    }
 }
 
 BOOST_AUTO_TEST_CASE(an_init_that_finds_no_memory_leaves_the_store_closed) {
-    write_file(store_path(), all_types());
-    write_file(configuration_path(), read_file(store_path()));
-    const auto check_init = [](zelva_core_status init(const char*), zelva_core_status deinit()) {
-        for (std::size_t n = 1;; ++n) {
-            zelva_core_status status{};
-            if (!call_with_failure(n, [&] { status = init("test"); })) {
-                BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, status);
-                BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, deinit());
-                return;
-            }
-            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_ALLOC_FAILED, status);
-            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NOT_INITIALIZED, deinit());
-        }
+    const std::string text = all_types();
+    const std::string leftover = Folder::path() + "/.zelva-test";
+    const struct {
+        const char* name;
+        zelva_core_status (*init)(const char*);
+        zelva_core_status (*deinit)();
+        std::function<void()> before_each;
+    } situations[] = {
+        {"configuration", zelva_core_configuration_init, zelva_core_configuration_deinit,
+         [&] { write_file(configuration_path(), text); }},
+        {"settings", zelva_core_settings_init, zelva_core_settings_deinit, [&] { write_file(store_path(), text); }},
+        {"settings without a file", zelva_core_settings_init, zelva_core_settings_deinit,
+         [] { std::filesystem::remove(store_path()); }},
+        {"settings without a folder", zelva_core_settings_init, zelva_core_settings_deinit,
+         [] { std::filesystem::remove_all(Folder::path()); }},
+        {"settings that a program has died with", zelva_core_settings_init, zelva_core_settings_deinit,
+         [&] {
+             write_file(leftover, text);
+             write_file(shared_state_path(), "\1" + std::string(4095, '\0'));
+         }},
     };
-    check_init(zelva_core_settings_init, zelva_core_settings_deinit);
-    check_init(zelva_core_configuration_init, zelva_core_configuration_deinit);
-    std::filesystem::remove(store_path());
+    for (const auto& situation : situations) {
+        BOOST_TEST_CONTEXT(situation.name) {
+            const std::size_t open_files = number_of_open_files();
+            bool has_failed = true;
+            for (std::size_t n = 1; has_failed; ++n) {
+                situation.before_each();
+                zelva_core_status status{};
+                has_failed = call_with_failure(n, [&] { status = situation.init("test"); });
+                BOOST_CHECK_EQUAL(has_failed ? ZELVA_CORE_STATUS_ALLOC_FAILED : ZELVA_CORE_STATUS_NO_ERROR, status);
+                BOOST_CHECK_EQUAL(has_failed ? ZELVA_CORE_STATUS_NOT_INITIALIZED : ZELVA_CORE_STATUS_NO_ERROR,
+                                  situation.deinit());
+                BOOST_CHECK_EQUAL(open_files, number_of_open_files());
+            }
+        }
+    }
+    BOOST_CHECK(!std::filesystem::exists(leftover));
     std::filesystem::remove(configuration_path());
+}
+
+BOOST_AUTO_TEST_CASE(a_deinit_that_finds_no_memory_closes_the_store) {
+    const std::size_t open_files = number_of_open_files();
+    for (const auto deinit : {zelva_core_settings_deinit, zelva_core_deinit}) {
+        bool has_failed = true;
+        for (std::size_t n = 1; has_failed; ++n) {
+            write_file(store_path(), "k = I1\n");
+            BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+            BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+            zelva_core_status status{};
+            has_failed = call_with_failure(n, [&] { status = deinit(); });
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, status);
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NOT_INITIALIZED, zelva_core_settings_deinit());
+            BOOST_CHECK_EQUAL("k = I2", lines_of_file().at("k").text);
+            BOOST_CHECK(is_at_rest());
+            BOOST_CHECK_EQUAL(open_files, number_of_open_files());
+        }
+    }
+    std::filesystem::remove(store_path());
+}
+
+BOOST_AUTO_TEST_CASE(a_write_that_finds_no_memory_for_what_programs_share_changes_nothing) {
+    // The store is opened without it.
+    std::filesystem::remove(shared_state_path());
+    std::filesystem::create_directories(shared_state_path());
+    const OpenStore store("k = I1\n");
+    std::filesystem::remove(shared_state_path());
+    bool has_failed = true;
+    for (std::size_t n = 1; has_failed; ++n) {
+        zelva_core_status status{};
+        has_failed = call_with_failure(n, [&] { status = zelva_core_settings_set_int_value("k", 2); });
+        BOOST_CHECK_EQUAL(has_failed ? ZELVA_CORE_STATUS_ALLOC_FAILED : ZELVA_CORE_STATUS_NO_ERROR, status);
+        BOOST_CHECK_EQUAL(Value(has_failed ? 1 : 2), value_of("k"));
+    }
+    BOOST_CHECK(is_at_rest());
 }
 
 BOOST_AUTO_TEST_CASE(an_array_that_finds_no_memory_is_NULL) {

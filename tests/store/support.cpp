@@ -6,6 +6,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <stdexcept>
 
@@ -188,6 +189,29 @@ bool is_campaign() {
     return getenv("ZELVA_CORE_CAMPAIGN") != nullptr;
 }
 
+std::map<std::string, EntryLine> lines_of_file() {
+    const std::string prefix = "DEFAULT_";
+    std::map<std::string, EntryLine> lines;
+    std::istringstream file(read_file(store_path()));
+    std::size_t offset = 0;
+    for (std::string text; std::getline(file, text); offset += text.size() + 1) {
+        const std::size_t end = text.find(" = ");
+        if (end != std::string::npos && text[0] != '=') {
+            lines[text.substr(0, end)] = {text, offset};
+        }
+    }
+    for (auto line = lines.begin(); line != lines.end();) {
+        const bool is_default = line->first.compare(0, prefix.size(), prefix) == 0;
+        const bool has_key = !is_default || lines.count(line->first.substr(prefix.size())) != 0;
+        line = has_key ? std::next(line) : lines.erase(line);
+    }
+    return lines;
+}
+
+std::size_t number_of_open_files() {
+    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
+}
+
 std::string shown(const std::string& text) {
     std::ostringstream out;
     for (const char c : text) {
@@ -306,6 +330,7 @@ Strings names_in_folder() {
             names.push_back(entry.path().filename());
         }
     }
+    std::sort(names.begin(), names.end());
     return names;
 }
 

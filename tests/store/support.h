@@ -7,6 +7,7 @@
 #include <zelva/settings.h>
 
 #include <boost/test/unit_test.hpp>
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <optional>
@@ -40,6 +41,21 @@ std::string read_file(const std::string& path);
 
 /// Whether this is a release run (scripts/campaign): the same checks at a larger size.
 bool is_campaign();
+
+/// The line of an entry, without its line feed. Where it stands does not matter to what it says.
+struct EntryLine {
+    std::string text;
+    std::size_t offset = 0;
+};
+inline bool operator==(const EntryLine& left, const EntryLine& right) {
+    return left.text == right.text;
+}
+
+/// What the file of the store "test" says to any reader of the format: of each name the last line. A default without
+/// its key means nothing.
+std::map<std::string, EntryLine> lines_of_file();
+
+std::size_t number_of_open_files();
 
 /// Turns NULs and other bytes that a report would lose into escapes.
 std::string shown(const std::string& text);
@@ -107,7 +123,7 @@ State state_of_store();
 std::string abridged(const State& state);
 std::string abridged(const std::string& text);
 
-/// Names in the settings folder, but for the hidden folder that the library keeps there.
+/// Names in the settings folder, sorted, but for the hidden folder that the library keeps there.
 Strings names_in_folder();
 
 namespace zelva::value {
