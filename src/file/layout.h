@@ -63,7 +63,7 @@ struct Layout {
 };
 
 /// Takes an entry and its line. Gives the line that the key had before, if there was one.
-using UseEntry = std::function<std::optional<Line>(Entry, Line)>;
+using UseEntry = std::function<std::optional<Line>(Entry&&, Line)>;
 
 /// Reads a file's text, to which the entries then refer; a last line without a line feed counts too.
 Layout read_layout(std::string_view text, const UseEntry& use);

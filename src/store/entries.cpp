@@ -17,8 +17,8 @@ std::pair<std::string_view, Slot> parsed(std::string_view name) {
                              : std::pair(name, Slot::value);
 }
 
-std::size_t hash_of(std::string_view key) {
-    return std::hash<std::string_view>()(key);
+std::uint32_t hash_of(std::string_view key) {
+    return static_cast<std::uint32_t>(std::hash<std::string_view>()(key));
 }
 
 }  // namespace
@@ -33,24 +33,28 @@ std::string entry_name(std::string_view key, Slot slot) {
     return name;
 }
 
-std::size_t Entries::bucket_of(std::string_view key, std::size_t hash) const {
+std::size_t Entries::bucket_of(std::string_view key, std::uint32_t hash) const {
     std::size_t bucket = hash & (buckets_.size() - 1);
-    while (buckets_[bucket].record != nullptr &&
-           (buckets_[bucket].hash != hash || buckets_[bucket].record->name() != key)) {
+    while (buckets_[bucket].record != none &&
+           (buckets_[bucket].hash != hash || records_[buckets_[bucket].record].name() != key)) {
         bucket = after(bucket);
     }
     return bucket;
 }
 
-Entries::Record* Entries::record_of(std::string_view key) const {
-    return buckets_.empty() ? nullptr : buckets_[bucket_of(key, hash_of(key))].record;
+const Entries::Record* Entries::record_of(std::string_view key) const {
+    if (buckets_.empty()) {
+        return nullptr;
+    }
+    const std::uint32_t record = buckets_[bucket_of(key, hash_of(key))].record;
+    return record == none ? nullptr : &records_[record];
 }
 
 void Entries::resize_table(std::size_t size) {
     const std::vector<Bucket> old = std::exchange(buckets_, std::vector<Bucket>(size));
     for (const Bucket& bucket : old) {
-        if (bucket.record != nullptr) {
-            buckets_[bucket_of(bucket.record->name(), bucket.hash)] = bucket;
+        if (bucket.record != none) {
+            buckets_[bucket_of(records_[bucket.record].name(), bucket.hash)] = bucket;
         }
     }
 }
@@ -70,18 +74,15 @@ Entries::Record& Entries::add_record(value::Packed key) {
     reserve(records_.size() + 1);
     Record& record = records_.emplace_back();
     record.key = std::move(key);
-    const std::size_t hash = hash_of(record.name());
-    buckets_[bucket_of(record.name(), hash)] = {&record, hash};
+    const std::uint32_t hash = hash_of(record.name());
+    buckets_[bucket_of(record.name(), hash)] = {static_cast<std::uint32_t>(records_.size() - 1), hash};
     return record;
 }
 
-void Entries::remove_record(Record& record) {
-    if (is_sorted_) {
-        sorted_.erase(place_of(record.name()));
-    }
-    std::size_t hole = bucket_of(record.name(), hash_of(record.name()));
-    buckets_[hole] = {};
-    for (std::size_t next = after(hole); buckets_[next].record != nullptr; next = after(next)) {
+void Entries::remove_record(std::string_view key) {
+    std::size_t hole = bucket_of(key, hash_of(key));
+    const std::uint32_t number = std::exchange(buckets_[hole], {}).record;
+    for (std::size_t next = after(hole); buckets_[next].record != none; next = after(next)) {
         // A key must be found without passing an empty bucket.
         const std::size_t wanted = buckets_[next].hash & (buckets_.size() - 1);
         const bool is_between = hole <= next ? hole < wanted && wanted <= next : hole < wanted || wanted <= next;
@@ -89,10 +90,14 @@ void Entries::remove_record(Record& record) {
             buckets_[std::exchange(hole, next)] = std::exchange(buckets_[next], {});
         }
     }
+    Record& record = records_[number];
+    if (is_sorted_) {
+        sorted_.erase(place_of(key));
+    }
     // The last record takes the place of this one.
     Record& last = records_.back();
     if (&last != &record) {
-        buckets_[bucket_of(last.name(), hash_of(last.name()))].record = &record;
+        buckets_[bucket_of(last.name(), hash_of(last.name()))].record = number;
         if (is_sorted_) {
             *place_of(last.name()) = &record;
         }
@@ -101,15 +106,18 @@ void Entries::remove_record(Record& record) {
     records_.pop_back();
 }
 
-std::optional<file::Line> Entries::add(std::string_view name, value::Packed value, file::Line line) {
+std::optional<file::Line> Entries::add(std::string_view name, value::Packed&& value, file::Line line) {
     const auto [key, slot] = parsed(name);
-    Record* record = record_of(key);
+    // A key's two lines mostly follow each other.
+    const bool is_last = !records_.empty() && records_.back().name() == key;
+    Record* record = is_last ? &records_.back() : record_of(key);
     if (record == nullptr) {
         record = &add_record(value::Packed::string_in(key));
     }
     Held& held = record->at(slot);
     const auto earlier = held.value.has_value() ? std::optional(held.line) : std::nullopt;
-    held = {std::move(value), line};
+    held.value = std::move(value);
+    held.line = line;
     return earlier;
 }
 
@@ -139,13 +147,16 @@ void Entries::prepare(std::string_view name) {
 
 void Entries::put(std::string_view name, Held held) {
     const auto [key, slot] = parsed(name);
-    record_of(key)->at(slot) = std::move(held);
+    if (Record* const record = record_of(key)) {
+        record->at(slot) = std::move(held);
+    }
 }
 
 void Entries::give_back(std::string_view name) {
-    Record* const record = record_of(parsed(name).first);
+    const std::string_view key = parsed(name).first;
+    const Record* const record = record_of(key);
     if (record != nullptr && record->is_empty()) {
-        remove_record(*record);
+        remove_record(key);
     }
 }
 

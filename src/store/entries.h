@@ -4,11 +4,13 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "file/layout.h"
@@ -37,7 +39,7 @@ class Entries {
     void reserve(std::size_t keys);
 
     /// Adds an entry of a file, whose text outlives this. Gives the line that its name had before, if it had one.
-    std::optional<file::Line> add(std::string_view name, value::Packed value, file::Line line);
+    std::optional<file::Line> add(std::string_view name, value::Packed&& value, file::Line line);
 
     /// nullptr where there is none.
     const Held* find(std::string_view key, Slot slot) const;
@@ -76,17 +78,20 @@ class Entries {
     /// that follow without an empty one between. To look a key up then costs one look at a bucket and one at its
     /// record, where the standard library's table, a list of nodes, takes twice as long (measured with 10,000 keys).
     struct Bucket {
-        Record* record = nullptr;
-        std::size_t hash = 0;
+        std::uint32_t record = none;  // its number
+        std::uint32_t hash = 0;
     };
+    static constexpr std::uint32_t none = UINT32_MAX;
 
     /// The bucket of a key, or the empty one where it would be.
-    std::size_t bucket_of(std::string_view key, std::size_t hash) const;
+    std::size_t bucket_of(std::string_view key, std::uint32_t hash) const;
     std::size_t after(std::size_t bucket) const { return (bucket + 1) & (buckets_.size() - 1); }
 
-    Record* record_of(std::string_view key) const;
+    /// nullptr where there is none.
+    const Record* record_of(std::string_view key) const;
+    Record* record_of(std::string_view key) { return const_cast<Record*>(std::as_const(*this).record_of(key)); }
     Record& add_record(value::Packed key);
-    void remove_record(Record& record);
+    void remove_record(std::string_view key);
     void resize_table(std::size_t size);
     std::vector<Record*>::iterator place_of(std::string_view key);
 

@@ -45,10 +45,10 @@ Packed::Packed(const Value& value) : type_(static_cast<std::uint8_t>(value.index
     }
 }
 
-Packed::~Packed() {
+void Packed::release() {
     if (storage_ == Storage::own_text) {
         delete[] content_.text;
-    } else if (storage_ == Storage::own_value) {
+    } else {
         delete content_.value;
     }
 }

@@ -30,7 +30,11 @@ class Packed {
         std::swap(storage_, other.storage_);
         return *this;
     }
-    ~Packed();
+    ~Packed() {
+        if (storage_ == Storage::own_text || storage_ == Storage::own_value) {
+            release();
+        }
+    }
 
     /// A string that refers to a text, which must live longer.
     static Packed string_in(std::string_view text);
@@ -64,6 +68,7 @@ class Packed {
 
   private:
     void refer_to(std::string_view text, Type type);
+    void release();
 
     enum class Storage : std::uint8_t { nothing, inside, in_text, own_text, own_value };
 

@@ -11,8 +11,6 @@ namespace zelva::value {
 
 namespace {
 
-constexpr std::string_view blanks = " \t";
-
 /// How values of one C++ type are read, written and judged. The file's only list of the types.
 template <class T>
 struct Text;
@@ -204,16 +202,6 @@ bool is_same(const Value& left, const Value& right) {
 
 bool is_storable(const Value& value) {
     return std::visit([](const auto& typed) { return TextOf<decltype(typed)>::is_storable(typed); }, value);
-}
-
-std::string_view without_leading_blanks(std::string_view text) {
-    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
-    return text;
-}
-
-std::string_view trimmed(std::string_view text) {
-    text = without_leading_blanks(text);
-    return text.substr(0, text.find_last_not_of(blanks) + 1);
 }
 
 }  // namespace zelva::value

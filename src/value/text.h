@@ -35,10 +35,24 @@ inline bool begins_with(std::string_view text, std::string_view prefix) {
     return text.substr(0, prefix.size()) == prefix;
 }
 
-/// `text` without the blanks at both ends.
-std::string_view trimmed(std::string_view text);
+inline bool is_blank(char c) {
+    return c == ' ' || c == '\t';
+}
 
 /// `text` without the blanks that it begins with.
-std::string_view without_leading_blanks(std::string_view text);
+inline std::string_view without_leading_blanks(std::string_view text) {
+    while (!text.empty() && is_blank(text.front())) {
+        text.remove_prefix(1);
+    }
+    return text;
+}
+
+/// `text` without the blanks at both ends.
+inline std::string_view trimmed(std::string_view text) {
+    while (!text.empty() && is_blank(text.back())) {
+        text.remove_suffix(1);
+    }
+    return without_leading_blanks(text);
+}
 
 }  // namespace zelva::value
