@@ -182,7 +182,7 @@ class Store {
 
     /// Writes new keys until there is room for none.
     void fill_up() {
-        for (const std::size_t size : {2000, 200, 40, 8, 0}) {
+        for (const std::size_t size : {2000U, 200U, 40U, 8U, 0U}) {
             while (write("f" + std::to_string(++last_new_key_), text(size))) {
             }
         }
