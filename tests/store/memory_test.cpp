@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <optional>
@@ -75,19 +76,27 @@ std::string shared_state_path() {
     return Folder::path() + "/.zelva/test";
 }
 
-/// Whether programs can go on with the store's file: nobody holds its lock, and no change of it is under way.
-bool is_at_rest() {
+/// The counter of changes that programs share.
+std::uint64_t counter() {
+    const std::string page = read_file(shared_state_path());
+    std::uint64_t number = 0;
+    std::memcpy(&number, page.data(), std::min(page.size(), sizeof(number)));
+    return number;
+}
+
+/// Whether somebody holds the lock that programs share.
+bool is_locked() {
     const int file = open(shared_state_path().c_str(), O_RDWR | O_CLOEXEC);
-    std::uint64_t counter = 0;
     struct flock lock {};
     lock.l_type = F_WRLCK;
-    if (file < 0) {
-        return errno == ENOENT;
-    }
-    const bool is_free =
-        pread(file, &counter, sizeof(counter), 0) == sizeof(counter) && fcntl(file, F_OFD_SETLK, &lock) == 0;
+    const bool is_held = file >= 0 && fcntl(file, F_OFD_SETLK, &lock) != 0;
     close(file);
-    return is_free && counter % 2 == 0;
+    return is_held;
+}
+
+/// Whether programs can go on with the store's file: no change of it is under way.
+bool is_at_rest() {
+    return counter() % 2 == 0 && !is_locked();
 }
 
 /// What anyone can tell of the store.
@@ -338,6 +347,9 @@ BOOST_AUTO_TEST_CASE(what_needs_no_memory_works_without_it) {
         {"int", [&] { return zelva_core_settings_get_int_value("int", &number) == 0 && number == 7; }},
         {"bool", [&] { return zelva_core_settings_get_bool_value("bool", &truth) == 0 && truth; }},
         {"double", [&] { return zelva_core_settings_get_double_value("double", &real) == 0 && real == 0.1; }},
+        {"default bool", [&] { return zelva_core_settings_get_default_bool_value("bool", &truth) == 0 && truth; }},
+        {"default double",
+         [&] { return zelva_core_settings_get_default_double_value("double", &real) == 0 && real == 0.1; }},
         {"configuration int", [&] { return zelva_core_configuration_get_int_value("int", &number) == 0; }},
         {"configuration bool", [&] { return zelva_core_configuration_get_bool_value("bool", &truth) == 0; }},
         {"configuration double", [&] { return zelva_core_configuration_get_double_value("double", &real) == 0; }},
@@ -415,7 +427,8 @@ BOOST_AUTO_TEST_CASE(a_write_of_any_kind_that_finds_no_memory_changes_nothing) {
         {"relaxed", "t = St\n", relax, set_text("t", short_text), nothing},
         {"relaxed, a new key", "t = St\n", relax, set_text("n", half_sector), nothing},
         {"relaxed, more than a page", "t = St\n", relax, set_text("t", pages), nothing},
-        {"relaxed, a delete", "t = Sa\nDEFAULT_t = Sd\nt = St\n", relax, remove("t"), nothing},
+        {"relaxed, a delete", "DEFAULT_t = Sd\nt = St\n", relax, remove("t"), nothing},
+        {"relaxed, a delete with an earlier line", "t = Sa\nDEFAULT_t = Sd\nt = St\n", relax, remove("t"), nothing},
         {"relaxed, a compaction", wasteful, relax, set_text("t", short_text), nothing},
         {"a sync", "t = St\n", nothing, zelva_core_settings_sync, nothing},
         {"a sync without a file", std::nullopt, nothing, zelva_core_settings_sync, nothing},
@@ -474,6 +487,22 @@ BOOST_AUTO_TEST_CASE(a_write_that_finds_no_memory_half_way_leaves_nothing_behind
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_delete_key("n"));
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_sync());
     BOOST_CHECK_EQUAL(std::string::npos, OpenStore::file().find("DEFAULT_n"));
+}
+
+BOOST_AUTO_TEST_CASE(a_write_after_the_death_of_a_program_that_finds_no_memory_leaves_the_file_to_others) {
+    const OpenStore store("k = I1\n");
+    bool has_failed = true;
+    for (std::size_t n = 1; has_failed; ++n) {
+        const std::uint64_t odd = counter() | 1U;
+        std::ofstream(shared_state_path(), std::ios::binary | std::ios::in)
+            .write(reinterpret_cast<const char*>(&odd), sizeof(odd));
+        zelva_core_status status{};
+        has_failed = call_with_failure(n, [&] { status = zelva_core_settings_set_int_value("k", 2); });
+        BOOST_CHECK_EQUAL(has_failed ? ZELVA_CORE_STATUS_ALLOC_FAILED : ZELVA_CORE_STATUS_NO_ERROR, status);
+        BOOST_CHECK_EQUAL(Value(has_failed ? 1 : 2), value_of("k"));
+        BOOST_CHECK(!is_locked());
+    }
+    BOOST_CHECK(is_at_rest());
 }
 
 BOOST_AUTO_TEST_CASE(a_reload_that_finds_no_memory_keeps_what_the_store_held) {
@@ -574,6 +603,7 @@ BOOST_AUTO_TEST_CASE(an_init_that_finds_no_memory_leaves_the_store_closed) {
                 BOOST_CHECK_EQUAL(has_failed ? ZELVA_CORE_STATUS_NOT_INITIALIZED : ZELVA_CORE_STATUS_NO_ERROR,
                                   situation.deinit());
                 BOOST_CHECK_EQUAL(open_files, number_of_open_files());
+                BOOST_CHECK_EQUAL(std::string::npos, read_file("/proc/self/maps").find("/.zelva/"));
             }
         }
     }
