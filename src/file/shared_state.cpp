@@ -91,9 +91,9 @@ int SharedState::map(int access) {
         }
         // Written, so that the disk has room for it: a full one would end the program when the counter is changed.
         // Others may be using the counter already.
-        static constexpr char rest[file_size - sizeof(Page)]{};
+        const std::string rest(file_size - sizeof(Page), '\0');
         std::size_t written = 0;
-        if (const int error = write_at(file, sizeof(Page), {rest, sizeof(rest)}, written)) {
+        if (const int error = write_at(file, sizeof(Page), rest, written)) {
             return error;
         }
     }

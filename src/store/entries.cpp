@@ -1,6 +1,7 @@
 #include "store/entries.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include "value/text.h"
@@ -17,8 +18,8 @@ std::pair<std::string_view, Slot> parsed(std::string_view name) {
                              : std::pair(name, Slot::value);
 }
 
-std::uint32_t hash_of(std::string_view key) {
-    return static_cast<std::uint32_t>(std::hash<std::string_view>()(key));
+std::size_t hash_of(std::string_view key) {
+    return std::hash<std::string_view>()(key);
 }
 
 }  // namespace
@@ -33,28 +34,34 @@ std::string entry_name(std::string_view key, Slot slot) {
     return name;
 }
 
-std::size_t Entries::bucket_of(std::string_view key, std::uint32_t hash) const {
+Entries::Record::Owner Entries::Record::make(std::string_view name) {
+    void* const memory = ::operator new(sizeof(Record) + name.size());
+    std::copy(name.begin(), name.end(), static_cast<char*>(memory) + sizeof(Record));
+    return Owner(new (memory) Record(name.size()));
+}
+
+void Entries::Record::Delete::operator()(Record* record) const {
+    record->~Record();
+    ::operator delete(record);
+}
+
+std::size_t Entries::bucket_of(std::string_view key, std::size_t hash) const {
     std::size_t bucket = hash & (buckets_.size() - 1);
-    while (buckets_[bucket].record != none &&
-           (buckets_[bucket].hash != hash || records_[buckets_[bucket].record].name() != key)) {
+    while (buckets_[bucket].record && (buckets_[bucket].hash != hash || buckets_[bucket].record->name() != key)) {
         bucket = after(bucket);
     }
     return bucket;
 }
 
-const Entries::Record* Entries::record_of(std::string_view key) const {
-    if (buckets_.empty()) {
-        return nullptr;
-    }
-    const std::uint32_t record = buckets_[bucket_of(key, hash_of(key))].record;
-    return record == none ? nullptr : &records_[record];
+Entries::Record* Entries::record_of(std::string_view key) const {
+    return buckets_.empty() ? nullptr : buckets_[bucket_of(key, hash_of(key))].record.get();
 }
 
 void Entries::resize_table(std::size_t size) {
-    const std::vector<Bucket> old = std::exchange(buckets_, std::vector<Bucket>(size));
-    for (const Bucket& bucket : old) {
-        if (bucket.record != none) {
-            buckets_[bucket_of(records_[bucket.record].name(), bucket.hash)] = bucket;
+    std::vector<Bucket> old = std::exchange(buckets_, std::vector<Bucket>(size));
+    for (Bucket& bucket : old) {
+        if (bucket.record) {
+            buckets_[bucket_of(bucket.record->name(), bucket.hash)] = std::move(bucket);
         }
     }
 }
@@ -70,51 +77,41 @@ void Entries::reserve(std::size_t keys) {
     }
 }
 
-Entries::Record& Entries::add_record(value::Packed key) {
-    reserve(records_.size() + 1);
-    Record& record = records_.emplace_back();
-    record.key = std::move(key);
-    const std::uint32_t hash = hash_of(record.name());
-    buckets_[bucket_of(record.name(), hash)] = {static_cast<std::uint32_t>(records_.size() - 1), hash};
-    return record;
+Entries::Record* Entries::add_record(std::string_view key) {
+    reserve(count_ + 1);
+    const std::size_t hash = hash_of(key);
+    Bucket& bucket = buckets_[bucket_of(key, hash)];
+    bucket = {Record::make(key), hash};
+    ++count_;
+    return bucket.record.get();
 }
 
 void Entries::remove_record(std::string_view key) {
+    if (is_sorted_) {
+        sorted_.erase(place_of(key));
+    }
     std::size_t hole = bucket_of(key, hash_of(key));
-    const std::uint32_t number = std::exchange(buckets_[hole], {}).record;
-    for (std::size_t next = after(hole); buckets_[next].record != none; next = after(next)) {
+    buckets_[hole] = {};
+    --count_;
+    last_added_ = nullptr;
+    for (std::size_t next = after(hole); buckets_[next].record; next = after(next)) {
         // A key must be found without passing an empty bucket.
         const std::size_t wanted = buckets_[next].hash & (buckets_.size() - 1);
         const bool is_between = hole <= next ? hole < wanted && wanted <= next : hole < wanted || wanted <= next;
         if (!is_between) {
-            buckets_[std::exchange(hole, next)] = std::exchange(buckets_[next], {});
+            buckets_[std::exchange(hole, next)] = std::move(buckets_[next]);
         }
     }
-    Record& record = records_[number];
-    if (is_sorted_) {
-        sorted_.erase(place_of(key));
-    }
-    // The last record takes the place of this one.
-    Record& last = records_.back();
-    if (&last != &record) {
-        buckets_[bucket_of(last.name(), hash_of(last.name()))].record = number;
-        if (is_sorted_) {
-            *place_of(last.name()) = &record;
-        }
-        record = std::move(last);
-    }
-    records_.pop_back();
 }
 
 std::optional<file::Line> Entries::add(std::string_view name, value::Packed&& value, file::Line line) {
     const auto [key, slot] = parsed(name);
     // A key's two lines mostly follow each other.
-    const bool is_last = !records_.empty() && records_.back().name() == key;
-    Record* record = is_last ? &records_.back() : record_of(key);
-    if (record == nullptr) {
-        record = &add_record(value::Packed::string_in(key));
+    if (last_added_ == nullptr || last_added_->name() != key) {
+        Record* const present = record_of(key);
+        last_added_ = present != nullptr ? present : add_record(key);
     }
-    Held& held = record->at(slot);
+    Held& held = last_added_->at(slot);
     const auto earlier = held.value.has_value() ? std::optional(held.line) : std::nullopt;
     held.value = std::move(value);
     held.line = line;
@@ -139,9 +136,9 @@ void Entries::prepare(std::string_view name) {
     if (is_sorted_ && sorted_.size() == sorted_.capacity()) {
         sorted_.reserve(2 * sorted_.size() + 1);
     }
-    Record& record = add_record(value::Packed(value::Value(std::string(key))));
+    Record* const record = add_record(key);
     if (is_sorted_) {
-        sorted_.insert(place_of(key), &record);
+        sorted_.insert(place_of(key), record);
     }
 }
 
@@ -168,8 +165,9 @@ void Entries::erase(std::string_view name) {
 }
 
 bool Entries::has_keys() const {
-    return std::any_of(records_.begin(), records_.end(),
-                       [](const Record& record) { return record.at(Slot::value).value.has_value(); });
+    return std::any_of(buckets_.begin(), buckets_.end(), [](const Bucket& bucket) {
+        return bucket.record && bucket.record->at(Slot::value).value.has_value();
+    });
 }
 
 std::vector<Entries::Record*>::iterator Entries::place_of(std::string_view key) {
@@ -179,9 +177,11 @@ std::vector<Entries::Record*>::iterator Entries::place_of(std::string_view key) 
 
 void Entries::list(std::string_view prefix, const std::function<void(std::string_view)>& use) {
     if (!is_sorted_) {
-        sorted_.reserve(records_.size());
-        for (Record& record : records_) {
-            sorted_.push_back(&record);
+        sorted_.reserve(count_);
+        for (const Bucket& bucket : buckets_) {
+            if (bucket.record) {
+                sorted_.push_back(bucket.record.get());
+            }
         }
         std::sort(sorted_.begin(), sorted_.end(),
                   [](const Record* left, const Record* right) { return left->name() < right->name(); });

@@ -4,13 +4,12 @@
 #pragma once
 
 #include <array>
-#include <cstdint>
-#include <deque>
+#include <cstddef>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "file/layout.h"
@@ -63,40 +62,49 @@ class Entries {
     void list(std::string_view prefix, const std::function<void(std::string_view)>& use);
 
   private:
-    /// What there is of a key. As large as what processors read at once.
-    struct Record {
-        value::Packed key;  // a string
-        std::array<Held, 2> slots;
+    /// What there is of a key, and its name behind that, in one piece of memory: so a look-up waits for it but once.
+    class Record {
+      public:
+        struct Delete {
+            void operator()(Record* record) const;
+        };
+        using Owner = std::unique_ptr<Record, Delete>;
+        static Owner make(std::string_view name);
 
-        std::string_view name() const { return key.get<std::string>(); }
-        const Held& at(Slot slot) const { return slots[static_cast<std::size_t>(slot)]; }
-        Held& at(Slot slot) { return slots[static_cast<std::size_t>(slot)]; }
-        bool is_empty() const { return !slots[0].value.has_value() && !slots[1].value.has_value(); }
+        std::string_view name() const { return {reinterpret_cast<const char*>(this + 1), size_}; }
+        const Held& at(Slot slot) const { return slots_[static_cast<std::size_t>(slot)]; }
+        Held& at(Slot slot) { return slots_[static_cast<std::size_t>(slot)]; }
+        bool is_empty() const { return !slots_[0].value.has_value() && !slots_[1].value.has_value(); }
+
+      private:
+        explicit Record(std::size_t size) : size_(size) {}
+
+        std::array<Held, 2> slots_;
+        const std::size_t size_;
     };
 
     /// A place in a hash table with open addressing: a key is in the bucket that its hash tells, or in one of those
-    /// that follow without an empty one between. To look a key up then costs one look at a bucket and one at its
-    /// record, where the standard library's table, a list of nodes, takes twice as long (measured with 10,000 keys).
+    /// that follow without an empty one between. The standard library's table is a list of nodes, of which a look-up
+    /// passes through two, and takes twice as long (measured with 10,000 keys).
     struct Bucket {
-        std::uint32_t record = none;  // its number
-        std::uint32_t hash = 0;
+        Record::Owner record;
+        std::size_t hash = 0;
     };
-    static constexpr std::uint32_t none = UINT32_MAX;
 
     /// The bucket of a key, or the empty one where it would be.
-    std::size_t bucket_of(std::string_view key, std::uint32_t hash) const;
+    std::size_t bucket_of(std::string_view key, std::size_t hash) const;
     std::size_t after(std::size_t bucket) const { return (bucket + 1) & (buckets_.size() - 1); }
 
     /// nullptr where there is none.
-    const Record* record_of(std::string_view key) const;
-    Record* record_of(std::string_view key) { return const_cast<Record*>(std::as_const(*this).record_of(key)); }
-    Record& add_record(value::Packed key);
+    Record* record_of(std::string_view key) const;
+    Record* add_record(std::string_view key);
     void remove_record(std::string_view key);
     void resize_table(std::size_t size);
     std::vector<Record*>::iterator place_of(std::string_view key);
 
-    std::deque<Record> records_;
+    std::size_t count_ = 0;
     std::vector<Bucket> buckets_;  // none, or a power of two of them, of which three quarters are in use at most
+    Record* last_added_ = nullptr;
     bool is_sorted_ = false;
     std::vector<Record*> sorted_;  // once there has been a list
 };

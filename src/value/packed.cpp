@@ -60,19 +60,12 @@ void Packed::refer_to(std::string_view text, Type type) {
     storage_ = Storage::in_text;
 }
 
-Packed Packed::string_in(std::string_view text) {
-    Packed packed;
-    packed.refer_to(text, ZELVA_CORE_SETTING_TYPE_STRING);
-    return packed;
-}
-
 Packed Packed::read(std::string_view text) {
     const std::string_view untagged = text.substr(std::min<std::size_t>(text.size(), 1));
-    if (begins_with(text, "S")) {
-        return string_in(untagged);
-    }
     Packed packed;
-    if (const std::optional<Value> value = read_value(text)) {
+    if (begins_with(text, "S")) {
+        packed.refer_to(untagged, ZELVA_CORE_SETTING_TYPE_STRING);
+    } else if (const std::optional<Value> value = read_value(text)) {
         const Json* const json = std::get_if<Json>(&*value);
         if (json != nullptr && json->text == untagged) {
             packed.refer_to(untagged, ZELVA_CORE_SETTING_TYPE_JSON);

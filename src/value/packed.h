@@ -36,9 +36,6 @@ class Packed {
         }
     }
 
-    /// A string that refers to a text, which must live longer.
-    static Packed string_in(std::string_view text);
-
     /// Reads a value from its tag and text, as read_value. It may refer to the text, which must then live longer.
     static Packed read(std::string_view text);
 
