@@ -109,7 +109,7 @@ const FileSystem* find_file_system(const std::string& name) {
 
 void make(const FileSystem& file_system, std::size_t variant, const std::string& device) {
     const std::string& options = file_system.options[variant % file_system.options.size()];
-    const std::string command = file_system.program + " " + options + " " + device;
+    const std::string command = file_system.program + " " + options + " " + device + " >/dev/null";
     if (std::system(command.c_str()) != 0) {
         throw std::runtime_error("failed: " + command);
     }
