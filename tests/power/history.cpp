@@ -103,15 +103,15 @@ Operation random_operation(std::size_t number, const State& state, std::mt19937&
     const std::string key = "k" + std::to_string(random_below(number_of_keys, random));
     const std::string value = text(number, key, random_size(random));
     const std::size_t kind = random_below(20, random);
-    if (kind == 0) {
+    if (kind < 2) {
         return sync_operation();
     }
-    if (kind == 1) {
+    if (kind < 4) {
         return reopen_operation();
     }
-    const Operation operation = kind < 5                            ? set_default_operation(key, value)
-                                : kind < 8 && state.count(key) != 0 ? delete_operation(key)
-                                                                    : set_operation(key, value);
+    const Operation operation = kind < 7                             ? set_default_operation(key, value)
+                                : kind < 10 && state.count(key) != 0 ? delete_operation(key)
+                                                                     : set_operation(key, value);
     return is_relaxed ? relaxed(operation) : operation;
 }
 

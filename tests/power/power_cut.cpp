@@ -193,9 +193,11 @@ std::string obstacle(const FileSystem& file_system) {
     if (geteuid() != 0) {
         return "needs root";
     }
-    if (access("/dev/fuse", R_OK | W_OK) != 0) {
+    const int fuse = open("/dev/fuse", O_RDWR | O_CLOEXEC);
+    if (fuse < 0) {
         return "no /dev/fuse";
     }
+    close(fuse);
     const auto is_in_kernel = [&] {
         std::ifstream list("/proc/filesystems");
         for (std::string word; list >> word;) {
@@ -264,7 +266,11 @@ int run_separately(const FileSystem& file_system, std::size_t states) {
     waitpid(child, &status, 0);
     umount2(work.c_str(), MNT_DETACH);
     rmdir(work.c_str());
-    return signal == SIGCHLD && WIFEXITED(status) ? WEXITSTATUS(status) : 1;
+    if (WIFSIGNALED(status)) {
+        std::cout << file_system.name << ": ended by signal " << WTERMSIG(status) << std::endl;
+        return 1;
+    }
+    return WEXITSTATUS(status);
 }
 
 }  // namespace

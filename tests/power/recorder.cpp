@@ -2,6 +2,7 @@
 
 #define FUSE_USE_VERSION 35
 #include <fuse.h>
+#include <fuse_lowlevel.h>
 #include <sys/mman.h>
 #include <sys/mount.h>
 #include <sys/wait.h>
@@ -93,11 +94,13 @@ bool has_succeeded(pid_t child) {
 
 /// The work, in a process that another one waits for, since nothing but the end of the file system ends the loop that
 /// serves it: also if the work crashes.
-pid_t start(const Work& work, const std::string& folder, std::atomic<std::size_t>& progress) {
+pid_t start(const Work& work, const std::string& folder, fuse* file_system, std::atomic<std::size_t>& progress) {
     const pid_t supervisor = fork();
     if (supervisor != 0) {
         return supervisor;
     }
+    // If the recorder is killed, that is to be the end of the file system: the work would wait for it forever.
+    close(fuse_session_fd(fuse_get_session(file_system)));
     const pid_t worker = fork();
     if (worker == 0) {
         try {
@@ -130,7 +133,7 @@ Recording record(const std::string& folder, std::size_t disk_size, const Work& w
         throw std::runtime_error("the recording disk cannot be mounted");
     }
     std::cout.flush();
-    const pid_t supervisor = start(work, folder, recorder.progress);
+    const pid_t supervisor = start(work, folder, file_system, recorder.progress);
     // One thread, so that there is one order of what it does.
     fuse_loop(file_system);
     fuse_unmount(file_system);

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
 #include <system_error>
@@ -123,7 +124,11 @@ Mount::Mount(const FileSystem& file_system, const Loop& loop, std::string folder
 }
 
 Mount::~Mount() {
-    umount2(folder_.c_str(), 0);
+    if (umount2(folder_.c_str(), 0) != 0) {
+        // Only this program sees the mount, so it is this program that still uses it.
+        std::perror("umount");
+        std::abort();
+    }
     // btrfs would remember the disk, and refuse to mount what looks like an older state of it on another device.
     const int control = open("/dev/btrfs-control", O_RDWR | O_CLOEXEC);
     if (control >= 0) {
