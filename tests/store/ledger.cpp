@@ -87,8 +87,9 @@ Ledger::Ledger(unsigned keys, unsigned writers)
         throw std::bad_alloc();
     }
     page_ = made_at<Page>(memory, 1);
-    keys_ = made_at<Key>(page_ + 1, keys);
-    shared_ = made_at<Shared>(keys_ + keys, writers);
+    // Those first that are to be aligned the most.
+    shared_ = made_at<Shared>(page_ + 1, writers);
+    keys_ = made_at<Key>(shared_ + writers, keys);
 }
 
 Ledger::~Ledger() {

@@ -211,7 +211,7 @@ Disk Disk::after_power_loss(std::vector<std::size_t>& choice) const {
 Disk Disk::after_power_loss(std::mt19937& random) const {
     Disk left = *this;
     // Each thing by itself, or mostly lost, or mostly kept.
-    const unsigned bias = random() % 3;
+    const auto bias = random() % 3;
     for (const Decision& decision : decisions()) {
         std::size_t option = random() % decision.options;
         if (bias != 0 && random() % 4 != 0) {
