@@ -69,7 +69,7 @@ void Entries::resize_table(std::size_t size) {
 void Entries::reserve(std::size_t keys) {
     constexpr std::size_t smallest = 16;
     std::size_t size = std::max(smallest, buckets_.size());
-    while (size / 4 * 3 < keys) {
+    while (size / 8 * 7 < keys) {
         size *= 2;
     }
     if (size != buckets_.size()) {

@@ -103,7 +103,7 @@ class Entries {
     std::vector<Record*>::iterator place_of(std::string_view key);
 
     std::size_t count_ = 0;
-    std::vector<Bucket> buckets_;  // none, or a power of two of them, of which three quarters are in use at most
+    std::vector<Bucket> buckets_;  // none, or a power of two of them, of which seven in eight are in use at most
     Record* last_added_ = nullptr;
     bool is_sorted_ = false;
     std::vector<Record*> sorted_;  // once there has been a list
