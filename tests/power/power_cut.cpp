@@ -103,6 +103,7 @@ Recording record_history(const FileSystem& file_system, std::size_t variant, con
     return record(places.recorder, file_system.disk_size, [&](const std::string& disk, auto& progress) {
         const int file = open(disk.c_str(), O_RDWR | O_CLOEXEC);
         const Loop loop(file);
+        close(file);
         make(file_system, variant, loop.path());
         const Mount mount(file_system, loop, places.mount);
         bring_to_disk(places.mount);
