@@ -240,8 +240,8 @@ std::string History::name(std::size_t number) const {
 }
 
 void History::run(const std::function<void(std::size_t)>& acknowledged) const {
-    const OpenStore store;
     acknowledged(0);
+    const OpenStore store;
     for (std::size_t i = 0; i < operations_.size(); ++i) {
         require_success(operations_[i].run(), operations_[i].name);
         acknowledged(i + 1);

@@ -39,8 +39,8 @@ class History {
     /// What the operation of this number, counted from 0, does; "none" after the last one.
     std::string name(std::size_t number) const;
 
-    /// Opens the store, runs the operations, and closes it. Calls `acknowledged` after each, with how many these are so
-    /// far, 0 included. Throws std::runtime_error when one fails.
+    /// Opens the store, runs the operations, and closes it. Calls `acknowledged` before all of that with 0, and after
+    /// each operation with how many these are so far. Throws std::runtime_error when one fails.
     void run(const std::function<void(std::size_t)>& acknowledged) const;
 
     /// Opens the store after a loss of power, when so many operations had been acknowledged. Checks that it holds what

@@ -57,7 +57,8 @@ struct Places {
     const std::string settings;
 };
 
-/// Writes what the store has written to the disk now and then, as the system does at any time, without a flush.
+/// Brings to the disk what the store has written, as the system does at any time: often the store's file, without a
+/// flush, and sometimes everything.
 class Writeback {
   public:
     explicit Writeback(std::string file) : file_(std::move(file)), thread_([this] { run(); }) {}
@@ -73,7 +74,11 @@ class Writeback {
         for (int i = 0; !is_done_; ++i) {
             const int file = open(file_.c_str(), O_RDONLY | O_CLOEXEC);
             if (file >= 0) {
-                sync_file_range(file, 0, 0, SYNC_FILE_RANGE_WRITE);
+                if (i % 25 == 24) {
+                    syncfs(file);
+                } else {
+                    sync_file_range(file, 0, 0, SYNC_FILE_RANGE_WRITE);
+                }
                 close(file);
             }
             std::this_thread::sleep_for(std::chrono::microseconds(200 + i % 10 * 500));
@@ -98,6 +103,7 @@ Recording record_history(const FileSystem& file_system, std::size_t variant, con
     return record(places.recorder, file_system.disk_size, [&](const std::string& disk, auto& progress) {
         const int file = open(disk.c_str(), O_RDWR | O_CLOEXEC);
         const Loop loop(file);
+        close(file);
         make(file_system, variant, loop.path());
         const Mount mount(file_system, loop, places.mount);
         bring_to_disk(places.mount);
@@ -121,6 +127,12 @@ void check_state(const FileSystem& file_system, const Disk& disk, const History&
     const Loop loop(disk.descriptor());
     const Mount mount(file_system, loop, places.mount);
     history.check(acknowledged, places.settings);
+}
+
+/// Keeps a disk for a person to look at: no other recording is quite the same.
+void keep(const Disk& disk, const std::string& path) {
+    std::ofstream(path, std::ios::binary).write(disk.data(), static_cast<std::streamsize>(disk.size()));
+    std::cout << "this disk is kept as " << std::filesystem::absolute(path).string() << std::endl;
 }
 
 void check_recording(const FileSystem& file_system, const Recording& recording, const History& history,
@@ -155,6 +167,9 @@ void check_recording(const FileSystem& file_system, const Recording& recording, 
                           << " of what was not flushed, and " << acknowledged
                           << " operations acknowledged (next: " << history.name(acknowledged) << "): " << error.what()
                           << std::endl;
+            }
+            if (totals.failures == 1) {
+                keep(replay.disk_after(cut), file_system.name + ".img");
             }
         }
     }
