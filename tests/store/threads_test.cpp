@@ -80,6 +80,20 @@ BOOST_AUTO_TEST_CASE(a_store_may_be_opened_and_closed_while_other_threads_use_it
     BOOST_CHECK_EQUAL(0, failures);
 }
 
+// The first list of keys puts them in order.
+BOOST_AUTO_TEST_CASE(several_threads_may_list_the_keys_of_a_store_that_was_just_opened) {
+    for (int i = 0; i < 20; ++i) {
+        const OpenStore store("c = I1\na = I1\nb = I1\n");
+        const int failures = failures_in_threads(3, [](int, std::atomic<int>& failed) {
+            char** const list = zelva_core_settings_get_all_keys();
+            failed += list == nullptr || list[0] != std::string("a") || list[1] != std::string("b") ||
+                      list[2] != std::string("c") || list[3] != nullptr;
+            zelva_core_free_string_array(list);
+        });
+        BOOST_CHECK_EQUAL(0, failures);
+    }
+}
+
 BOOST_AUTO_TEST_CASE(many_readers_do_not_keep_a_writer_waiting) {
     const OpenStore store("k = I1\n");
     std::atomic<bool> done{false};
