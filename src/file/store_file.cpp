@@ -194,11 +194,17 @@ zelva_core_status StoreFile::flush(bool is_to_be_tidied, Layout& layout, Stamp& 
     }));
 }
 
-void StoreFile::cut_padding(Layout& layout, Stamp& stamp) {
-    write_in_place(ZELVA_CORE_DURABILITY_RELAXED, layout, stamp, [](Writer& writer) { return writer.cut_padding(); });
+void StoreFile::tidy(Layout& layout, Stamp& stamp) {
+    constexpr std::size_t most_lines = 1000;  // a millisecond's work
+    write_in_place(ZELVA_CORE_DURABILITY_RELAXED, layout, stamp, [&layout](Writer& writer) {
+        // What may not have reached the disk would have to be flushed first.
+        const bool is_cheap = layout.is_flushed && layout.replaced.size() <= most_lines;
+        const int error = is_cheap ? writer.tidy() : 0;
+        return error == 0 ? writer.cut_padding() : error;
+    });
 }
 
-bool StoreFile::has_padding(const Layout& layout) const {
+bool StoreFile::is_untidy(const Layout& layout) const {
     return file_.is_open() && !is_distrusted_ && layout.size > layout.text_end && !layout.is_unterminated;
 }
 

@@ -79,10 +79,11 @@ class StoreFile {
     zelva_core_status flush(bool is_to_be_tidied, Layout& layout, Stamp& stamp, const Placed& placed);
 
     /// Whether this object has written the file and there is padding at its end.
-    bool has_padding(const Layout& layout) const;
+    bool is_untidy(const Layout& layout) const;
 
-    /// Takes away the padding; a failure leaves it there. REQUIRES: a change has begun.
-    void cut_padding(Layout& layout, Stamp& stamp);
+    /// Takes away the padding, and withdraws replaced lines if that is soon done. Does without what fails. REQUIRES: a
+    /// change has begun.
+    void tidy(Layout& layout, Stamp& stamp);
 
     /// In the child after fork().
     void forget_lock();

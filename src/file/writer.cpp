@@ -50,6 +50,7 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
         layout_.dead += line.size;
     };
     const bool is_new = std::none_of(changes.begin(), changes.end(), [](const Change& change) { return change.line; });
+    const std::size_t old_size = layout_.size;
     std::size_t next = 0;  // of the lines
     for (std::size_t i = 0; i < texts.size();) {
         const bool is_last = i + 1 == texts.size();
@@ -77,6 +78,7 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
         ++i;
     }
     layout_.settled_end = std::min<std::size_t>(layout_.settled_end, lines.front().offset);
+    // To withdraw a line in another page would have the next flush write two: such lines wait until the file grows.
     for (std::size_t i = 0; i < changes.size(); ++i) {
         const auto& old = changes[i].line;
         if (!old) {
@@ -90,12 +92,15 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
             }
             layout_.live -= old->size;
             layout_.dead += old->size;
-        } else if (!is_durable() || mark(*old) != 0) {
+        } else if (!is_durable() || old->offset / page_size != lines[i].offset / page_size || mark(*old) != 0) {
             leave_replaced(*old);
         } else {
             layout_.live -= old->size;
             layout_.dead += old->size;
         }
+    }
+    if (is_durable() && layout_.size > old_size) {
+        static_cast<void>(tidy());  // or later
     }
     for (std::size_t i = 0; i < changes.size(); ++i) {
         placed(changes[i].key, lines[i]);

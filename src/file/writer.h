@@ -1,8 +1,8 @@
 // Changes a store's file in place, a line at a time.
 //
-// A new line is written into the padding, brought to the disk, and then the line that it replaces is withdrawn: of two
-// lines of a key the later one counts, so nothing depends on when the withdrawal reaches the disk. At every instant,
-// and after a loss of power too, the file holds the old value or the new one:
+// A new line is written into the padding and brought to the disk, and some time later the line that it replaces is
+// withdrawn: of two lines of a key the later one counts, so nothing depends on when the withdrawal reaches the disk. At
+// every instant, and after a loss of power too, the file holds the old value or the new one:
 //
 // - A line of up to a sector is written within one sector, which a disk writes whole.
 // - A longer one is written behind the end of the file, where what does not reach the disk is NULs: in the padding it

@@ -384,16 +384,16 @@ zelva_core_status SettingsStore::set_durability(zelva_core_durability durability
 
 zelva_core_status SettingsStore::close() {
     try {
-        cut_padding();
+        tidy();
     } catch (...) {
         // There is no memory. The padding means nothing, and the store is to be closed.
     }
     return Store::close();
 }
 
-void SettingsStore::cut_padding() {
+void SettingsStore::tidy() {
     const std::lock_guard writing(writing_);
-    if (!contents_ || !contents_->file->has_padding(contents_->layout) ||
+    if (!contents_ || !contents_->file->is_untidy(contents_->layout) ||
         contents_->file->lock() != ZELVA_CORE_STATUS_NO_ERROR) {
         return;
     }
@@ -401,7 +401,7 @@ void SettingsStore::cut_padding() {
     // If another program has written the file meanwhile, the padding is for it.
     if (contents_->file->is_unchanged(revision())) {
         modify([&](file::Stamp& stamp) {
-            contents_->file->cut_padding(contents_->layout, stamp);
+            contents_->file->tidy(contents_->layout, stamp);
             return ZELVA_CORE_STATUS_NO_ERROR;
         });
     }

@@ -192,8 +192,8 @@ class SettingsStore : public Store {
     /// Makes sure that the file has reached the disk. REQUIRES: within change().
     zelva_core_status flush(bool is_to_be_tidied);
 
-    /// Takes away the padding at the file's end, where that can be done.
-    void cut_padding();
+    /// Leaves the file as a person would, where that can be done.
+    void tidy();
 
     /// Calls `work` with the file's stamp, which it may change with the file, as it may the layout. Other programs then
     /// read the file again. REQUIRES: within change(), with the lock of the file.

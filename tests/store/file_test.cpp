@@ -96,9 +96,37 @@ BOOST_AUTO_TEST_CASE(a_write_changes_its_own_line_and_leaves_every_other_byte) {
 BOOST_AUTO_TEST_CASE(a_key_that_has_several_lines_is_written_and_deleted_like_any_other) {
     const OpenStore store("k = Sone\nother = I1\nk = I2\n");
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 3));
-    BOOST_CHECK_EQUAL("k = Sone\nother = I1\nk = I3\n", OpenStore::file());
+    BOOST_CHECK_EQUAL("other = I1\nk = I3\n", OpenStore::file());
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_delete_key("k"));
     BOOST_CHECK_EQUAL("other = I1\n", OpenStore::file());
+}
+
+// In another page it would cost the disk a second write.
+BOOST_AUTO_TEST_CASE(an_old_line_is_withdrawn_at_once_in_the_same_page_and_otherwise_when_the_file_grows_or_is_closed) {
+    const std::string filler = "#" + std::string(5000, '.') + "\n";
+    const OpenStore store("k = I1\nl = I1\n" + filler);
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("other", 1));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    BOOST_CHECK_EQUAL("k = I1\nl = I1\n" + filler + "DEFAULT_other = I1\nother = I1\nk = I2\n", OpenStore::file());
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 3));
+    BOOST_CHECK_EQUAL("k = I1\nl = I1\n" + filler + "DEFAULT_other = I1\nother = I1\nk = I3\n", OpenStore::file());
+    OpenStore::restart();
+    BOOST_CHECK_EQUAL("l = I1\n" + filler + "DEFAULT_other = I1\nother = I1\nk = I3\n", OpenStore::file());
+
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("other", 2));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("l", 2));
+    BOOST_CHECK(OpenStore::file().find("l = I1\n") == 0);
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_sync());
+    BOOST_CHECK(OpenStore::file().find("l = I1\n") == std::string::npos);
+
+    write_file(store_path(), "k = I1\n" + filler);
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("other", std::string()));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    BOOST_CHECK(OpenStore::file().find("k = I1\n") == 0);
+    for (int i = 0; i < 10; ++i) {
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("other", std::string(450, static_cast<char>('a' + i))));
+    }
+    BOOST_CHECK(OpenStore::file().find("k = I1\n") == std::string::npos);
 }
 
 BOOST_AUTO_TEST_CASE(a_write_keeps_what_a_person_has_changed_in_the_file_meanwhile) {
