@@ -36,6 +36,7 @@ class Entries {
   public:
     /// Makes room for so many keys.
     void reserve(std::size_t keys);
+    bool is_empty() const { return count_ == 0; }
 
     /// Adds an entry of a file, whose text outlives this. Gives the line that its name had before, if it had one.
     std::optional<file::Line> add(std::string_view name, value::Packed&& value, file::Line line);

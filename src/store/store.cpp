@@ -46,7 +46,7 @@ zelva_core_status Store::open(std::string_view name) {
 zelva_core_status Store::load(const file::StoreFile& file, bool has_lock, Contents& contents) const {
     Entries& entries = *contents.entries;
     const auto use_entry = [&entries, &text = *contents.text](file::Entry&& entry, file::Line line) {
-        if (line.offset == 0) {
+        if (entries.is_empty()) {
             constexpr std::size_t usual_line = 48;
             entries.reserve(text.size() / (2 * usual_line));  // with a default each
         }
