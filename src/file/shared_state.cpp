@@ -54,17 +54,19 @@ SharedState::~SharedState() {
     }
 }
 
-SharedState::ReadLock::ReadLock(const SharedState& state)
+SharedState::ReadLock::ReadLock(const SharedState& state, bool wait)
     : file_(system::open(state.path_.c_str(), O_RDONLY | open_flags)) {
     if (file_.is_open()) {
-        set_lock(file_, F_RDLCK);
+        const int error = set_lock(file_, F_RDLCK, wait);
+        is_refused_ = error == EAGAIN || error == EACCES;
     }
 }
 
 int SharedState::open() {
     Descriptor lock = open_shared(path_);
     if (!lock.is_open()) {
-        return errno == EACCES || errno == EROFS ? map(O_RDONLY) : errno;
+        const bool may_only_read = errno == EACCES || errno == EROFS;
+        return !may_only_read ? errno : has_counter() ? 0 : map(O_RDONLY);
     }
     if (const int error = map(O_RDWR)) {
         return error;
@@ -158,6 +160,7 @@ void SharedState::begin_change() {
     std::atomic<std::uint64_t>& changes = page_.load(std::memory_order_relaxed)->changes;
     const std::uint64_t before = changes.load(std::memory_order_relaxed);
     changes.store(before + 1 + before % 2, std::memory_order_release);
+    std::atomic_thread_fence(std::memory_order_seq_cst);  // before anything of the change
 }
 
 void SharedState::end_change() {

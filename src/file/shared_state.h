@@ -44,10 +44,14 @@ class SharedState {
     /// may do that, also while another one of this program holds or waits for the lock.
     class ReadLock {
       public:
-        explicit ReadLock(const SharedState& state);
+        ReadLock(const SharedState& state, bool wait);
+
+        /// Whether somebody is changing the file, and this was not to wait.
+        bool is_refused() const { return is_refused_; }
 
       private:
         const Descriptor file_;
+        bool is_refused_ = false;
     };
 
     /// Around a change of the store's file. REQUIRES: the lock is held.

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 
+#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <string_view>
@@ -85,12 +86,12 @@ void StoreFile::clean_up() {
     }
 }
 
-zelva_core_status StoreFile::load(bool has_lock, std::string& text, const UseEntry& use, Revision& revision,
-                                  Layout& layout) const {
+std::optional<zelva_core_status> StoreFile::load(Access access, std::string& text, const UseEntry& use,
+                                                 Revision& revision, Layout& layout) const {
     std::uint64_t counter = 0;
     Contents contents;
     int error = 0;
-    if (!shared_ || has_lock) {
+    if (!shared_ || access == Access::locked) {
         counter = shared_ ? shared_->counter() : 0;
         error = read_file(path_, O_RDONLY, contents);
     } else if (!shared_->has_counter()) {
@@ -102,8 +103,12 @@ zelva_core_status StoreFile::load(bool has_lock, std::string& text, const UseEnt
         if (!is_changing) {
             error = read_file(path_, O_RDONLY, contents);
         }
+        std::atomic_thread_fence(std::memory_order_seq_cst);  // all has been read before the counter is, again
         if (is_changing || counter != shared_->counter()) {
-            const SharedState::ReadLock lock(*shared_);
+            const SharedState::ReadLock lock(*shared_, access == Access::waiting);
+            if (lock.is_refused()) {
+                return std::nullopt;
+            }
             counter = shared_->counter();
             error = read_file(path_, O_RDONLY, contents);
         }
@@ -274,7 +279,10 @@ int StoreFile::rebuild(const std::vector<Change>& changes, Layout& layout, Stamp
     }
     Replacement replacement(path);
     const int error = replacement.replace(old.exists ? &old.attributes : nullptr, result.text, stamp);
-    is_distrusted_ |= replacement.has_failed_to_flush();
+    if (replacement.has_failed_to_flush()) {
+        is_distrusted_ = true;
+        layout.is_flushed = false;
+    }
     if (error != 0) {
         return error;
     }

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -37,13 +38,20 @@ class StoreFile {
     /// opened, the store can still be read.
     StoreFile(std::string path, std::string shared_path);
 
+    /// How a file is read that others may be changing.
+    enum class Access {
+        locked,   // the lock is held
+        waiting,  // after they have
+        at_once   // not if they are
+    };
+
     /// Reads the file's text and hands over its entries in order, which refer to it; of a key that has several, the
-    /// last one counts. May wait for another program that is changing the file, unless the lock is held.
+    /// last one counts. Nothing where it was not to wait and is being changed.
     ///
     /// ZELVA_CORE_STATUS_SETTING_NOT_PRESENT when there is no file; ZELVA_CORE_STATUS_IO_FAILED when it cannot be read
     /// or is no regular file.
-    zelva_core_status load(bool has_lock, std::string& text, const UseEntry& use, Revision& revision,
-                           Layout& layout) const;
+    std::optional<zelva_core_status> load(Access access, std::string& text, const UseEntry& use, Revision& revision,
+                                          Layout& layout) const;
 
     /// Whether no program has finished a change since this revision. Costs no system call, but where the counter cannot
     /// be read: then it looks at the file.

@@ -85,8 +85,10 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
             continue;
         }
         if (lines[i].offset < old->offset) {
-            // The new line has found room before the old one, which counts until it is withdrawn.
-            if (const int error = withdraw(*old, true)) {
+            // The new line has found room before the old one, which counts until it is withdrawn; those that mean
+            // nothing by themselves have been, before.
+            const bool is_last = i + 1 == changes.size();
+            if (const int error = is_last ? withdraw(*old, true) : 0) {
                 leave_replaced(lines[i]);
                 return error;
             }
@@ -203,21 +205,26 @@ int Writer::reuse(std::string_view text, const std::vector<Change>& changes, std
     // Old lines that stand behind the new one would count. What means nothing is withdrawn first; the value itself when
     // the new line is on the disk.
     int error = 0;
+    bool has_marked = false;
     for (std::size_t i = 0; i + 1 < changes.size() && error == 0; ++i) {
+        has_marked = has_marked || changes[i].line;
         error = changes[i].line ? mark(*changes[i].line) : 0;
     }
     if (error == 0) {
         error = flush();
     }
-    if (error != 0) {
-        return error;
-    }
-    error = write(patch->offset, patch->bytes);
     if (error == 0) {
-        error = flush();
+        error = write(patch->offset, patch->bytes);
+        if (error == 0) {
+            error = flush();
+        }
+        if (error != 0) {
+            undo(patch->offset, std::string_view(file).substr(patch->offset, patch->bytes.size()));
+        }
     }
     if (error != 0) {
-        undo(patch->offset, std::string_view(file).substr(patch->offset, patch->bytes.size()));
+        // Memory would go on taking for lines what is none any more.
+        has_failed_to_undo_ |= has_marked;
         return error;
     }
     offset = patch->text_offset;
@@ -258,8 +265,12 @@ int Writer::remove(const std::vector<Change>& changes) {
 
 int Writer::withdraw(const Line& line, bool is_durable) {
     char first = 0;
-    while (system::pread(file_.number(), &first, 1, static_cast<off_t>(line.offset)) != 1) {
-        if (errno != EINTR) {
+    for (ssize_t count = 0; count != 1;) {
+        count = system::pread(file_.number(), &first, 1, static_cast<off_t>(line.offset));
+        if (count == 0) {
+            return EIO;  // a person has cut the file off
+        }
+        if (count < 0 && errno != EINTR) {
             return errno;
         }
     }
@@ -339,6 +350,7 @@ int Writer::cut(std::size_t size) {
 int Writer::flush() {
     if (system::fdatasync(file_.number()) != 0) {
         has_failed_to_flush_ = true;
+        layout_.is_flushed = false;
         return errno;
     }
     layout_.is_flushed = true;
@@ -359,6 +371,7 @@ int Writer::write(std::size_t offset, std::string_view bytes) {
 }
 
 void Writer::undo(std::size_t offset, std::string_view bytes) {
+    layout_.is_flushed = false;
     has_failed_to_undo_ |= write(offset, bytes) != 0;
 }
 

@@ -1,7 +1,9 @@
 #include "store/store.h"
 
 #include <algorithm>
+#include <chrono>
 #include <climits>
+#include <thread>
 
 #include "value/text.h"
 
@@ -35,7 +37,7 @@ zelva_core_status Store::open(std::string_view name) {
     contents.file = kind_ == file::Kind::settings
                         ? std::make_shared<file::StoreFile>(*path, file::shared_state_path(name))
                         : std::make_shared<file::StoreFile>(*path);
-    if (const zelva_core_status status = load(*contents.file, false, contents)) {
+    if (const zelva_core_status status = *load(*contents.file, file::StoreFile::Access::waiting, contents)) {
         return status;
     }
     const std::lock_guard lock(memory_);
@@ -43,7 +45,8 @@ zelva_core_status Store::open(std::string_view name) {
     return ZELVA_CORE_STATUS_NO_ERROR;
 }
 
-zelva_core_status Store::load(const file::StoreFile& file, bool has_lock, Contents& contents) const {
+std::optional<zelva_core_status> Store::load(const file::StoreFile& file, file::StoreFile::Access access,
+                                             Contents& contents) const {
     Entries& entries = *contents.entries;
     const auto use_entry = [&entries, &text = *contents.text](file::Entry&& entry, file::Line line) {
         if (entries.is_empty()) {
@@ -52,7 +55,8 @@ zelva_core_status Store::load(const file::StoreFile& file, bool has_lock, Conten
         }
         return entries.add(entry.key, std::move(entry.value), line);
     };
-    const zelva_core_status status = file.load(has_lock, *contents.text, use_entry, contents.revision, contents.layout);
+    const std::optional<zelva_core_status> status =
+        file.load(access, *contents.text, use_entry, contents.revision, contents.layout);
     if (status != ZELVA_CORE_STATUS_SETTING_NOT_PRESENT) {
         return status;
     }
@@ -81,19 +85,30 @@ zelva_core_status Store::read_again(ReadLock& lock) {
     }
     // Once is enough: a change that is finished meanwhile is at the same time as this read.
     const std::shared_ptr<file::StoreFile> file = contents_->file;
-    lock.unlock();
-    Contents fresh{};
-    const zelva_core_status status = load(*file, false, fresh);
-    if (status == ZELVA_CORE_STATUS_NO_ERROR) {
-        const std::lock_guard replacing(memory_);
-        // Another thread may have closed the store meanwhile; or read the file to write it, and relies on what it has
-        // found.
-        if (!is_current() && contents_->file == file) {
-            use(fresh);
+    constexpr int most_attempts = 50;
+    for (int attempt = 0;; ++attempt) {
+        lock.unlock();
+        // Where the file is being changed, a thread of this program may have read it for that, and there is nothing to
+        // wait for. To ask again and again has no end with many programs that write.
+        const bool may_wait = attempt == most_attempts;
+        Contents fresh{};
+        const std::optional<zelva_core_status> status =
+            load(*file, may_wait ? file::StoreFile::Access::waiting : file::StoreFile::Access::at_once, fresh);
+        if (!status) {
+            std::this_thread::sleep_for(std::chrono::microseconds(100));
+        } else if (*status == ZELVA_CORE_STATUS_NO_ERROR) {
+            const std::lock_guard replacing(memory_);
+            // Another thread may have closed the store meanwhile; or read the file to write it, and relies on what it
+            // has found.
+            if (!is_current() && contents_->file == file) {
+                use(fresh);
+            }
+        }
+        lock.lock();
+        if (status || is_current()) {
+            return status.value_or(ZELVA_CORE_STATUS_NO_ERROR);
         }
     }
-    lock.lock();
-    return status;
 }
 
 zelva_core_status Store::close() {
@@ -124,6 +139,7 @@ void Store::after_fork_in_child() {
     if (contents_) {
         contents_->file->forget_lock();
     }
+    memory_.forget_readers();
     after_fork_in_parent();
 }
 
@@ -195,16 +211,16 @@ zelva_core_status SettingsStore::change(Rules&& rules) {
     }
     const UnlockAtEnd unlock{file};
     if (!file.is_unchanged(revision())) {
-        if (const zelva_core_status status = reload(true)) {
+        if (const zelva_core_status status = reload(file::StoreFile::Access::locked)) {
             return status;
         }
     }
     return std::forward<Rules>(rules)();
 }
 
-zelva_core_status SettingsStore::reload(bool has_lock) {
+zelva_core_status SettingsStore::reload(file::StoreFile::Access access) {
     Contents fresh{};
-    if (const zelva_core_status status = load(*contents_->file, has_lock, fresh)) {
+    if (const zelva_core_status status = *load(*contents_->file, access, fresh)) {
         return status;
     }
     const std::lock_guard lock(memory_);
@@ -214,7 +230,7 @@ zelva_core_status SettingsStore::reload(bool has_lock) {
 
 zelva_core_status SettingsStore::reload() {
     const std::lock_guard writing(writing_);
-    return contents_ ? reload(false) : ZELVA_CORE_STATUS_NOT_INITIALIZED;
+    return contents_ ? reload(file::StoreFile::Access::waiting) : ZELVA_CORE_STATUS_NOT_INITIALIZED;
 }
 
 zelva_core_status SettingsStore::put(std::string_view key, Slot slot, Value value) {
@@ -233,13 +249,16 @@ zelva_core_status SettingsStore::put(std::string_view key, Slot slot, Value valu
         present = entries.find(key, slot);
     }
     if (present != nullptr && value::is_same(present->value, value)) {
-        // There is nothing to write. But what is there may not have reached the disk.
-        const bool is_durable = contents_->durability == ZELVA_CORE_DURABILITY_FULL;
-        return lock_status_ == ZELVA_CORE_STATUS_NO_ERROR && is_durable && !contents_->layout.is_flushed ? flush(false)
-                                                                                                         : lock_status_;
+        return confirm();
     }
     changes.push_back(change_of(key, slot, std::move(value)));
     return commit(changes);
+}
+
+zelva_core_status SettingsStore::confirm() {
+    const bool is_durable = contents_->durability == ZELVA_CORE_DURABILITY_FULL;
+    const bool is_to_be_flushed = is_durable && !contents_->layout.is_flushed;
+    return lock_status_ == ZELVA_CORE_STATUS_NO_ERROR && is_to_be_flushed ? flush(false) : lock_status_;
 }
 
 file::Change SettingsStore::change_of(std::string_view key, Slot slot, std::optional<Value> value) const {
@@ -312,23 +331,20 @@ zelva_core_status SettingsStore::commit(const std::vector<file::Change>& changes
         }
         move_line(name, line);
     };
-    return modify([&](file::Stamp& stamp) {
-        const zelva_core_status status =
-            contents_->file->apply(changes, contents_->durability, contents_->layout, stamp, placed);
-        if (status != ZELVA_CORE_STATUS_NO_ERROR) {
-            return status;
-        }
-        const std::lock_guard lock(memory_);
-        for (std::size_t i = 0; i < changes.size(); ++i) {
-            if (changes[i].value) {
-                entries.put(changes[i].key, std::move(fresh[i]));
-            } else {
-                entries.erase(changes[i].key);
+    return modify(
+        [&](file::Stamp& stamp) {
+            return contents_->file->apply(changes, contents_->durability, contents_->layout, stamp, placed);
+        },
+        [&] {
+            for (std::size_t i = 0; i < changes.size(); ++i) {
+                if (changes[i].value) {
+                    entries.put(changes[i].key, std::move(fresh[i]));
+                } else {
+                    entries.erase(changes[i].key);
+                }
             }
-        }
-        is_done = true;
-        return status;
-    });
+            is_done = true;
+        });
 }
 
 void SettingsStore::move_line(std::string_view name, file::Line line) {
@@ -338,27 +354,31 @@ void SettingsStore::move_line(std::string_view name, file::Line line) {
 }
 
 zelva_core_status SettingsStore::flush(bool is_to_be_tidied) {
-    return modify([&](file::Stamp& stamp) {
-        const auto placed = [this](std::string_view name, file::Line line) { move_line(name, line); };
-        return contents_->file->flush(is_to_be_tidied, contents_->layout, stamp, placed);
-    });
+    const auto placed = [this](std::string_view name, file::Line line) { move_line(name, line); };
+    return modify(
+        [&](file::Stamp& stamp) { return contents_->file->flush(is_to_be_tidied, contents_->layout, stamp, placed); },
+        [] {});
 }
 
-template <class Work>
-zelva_core_status SettingsStore::modify(Work&& work) {
-    // Other programs learn of the change in the moment in which this one's readers see it, so that nobody here reads
-    // the file again.
+template <class Work, class InMemory>
+zelva_core_status SettingsStore::modify(Work&& work, InMemory&& in_memory) {
     struct EndOfChange {
         SettingsStore& store;
+        InMemory& in_memory;
         file::Stamp stamp;
+        zelva_core_status status = ZELVA_CORE_STATUS_IO_FAILED;
         ~EndOfChange() {
             const std::lock_guard lock(store.memory_);
+            if (status == ZELVA_CORE_STATUS_NO_ERROR) {
+                in_memory();
+            }
             store.contents_->revision = {store.contents_->file->end_change(), stamp};
         }
     };
-    EndOfChange end{*this, revision().stamp};
+    EndOfChange end{*this, in_memory, revision().stamp};
     contents_->file->begin_change();
-    return std::forward<Work>(work)(end.stamp);
+    end.status = std::forward<Work>(work)(end.stamp);
+    return end.status;
 }
 
 zelva_core_status SettingsStore::sync() {
@@ -393,17 +413,22 @@ zelva_core_status SettingsStore::close() {
 
 void SettingsStore::tidy() {
     const std::lock_guard writing(writing_);
-    if (!contents_ || !contents_->file->is_untidy(contents_->layout) ||
-        contents_->file->lock() != ZELVA_CORE_STATUS_NO_ERROR) {
+    const auto is_untidy = [this] {
+        const ReadLock lock(memory_);  // a reader may be reading the file again
+        return contents_ && contents_->file->is_untidy(contents_->layout);
+    };
+    if (!is_untidy() || contents_->file->lock() != ZELVA_CORE_STATUS_NO_ERROR) {
         return;
     }
     const UnlockAtEnd unlock{*contents_->file};
     // If another program has written the file meanwhile, the padding is for it.
     if (contents_->file->is_unchanged(revision())) {
-        modify([&](file::Stamp& stamp) {
-            contents_->file->tidy(contents_->layout, stamp);
-            return ZELVA_CORE_STATUS_NO_ERROR;
-        });
+        modify(
+            [&](file::Stamp& stamp) {
+                contents_->file->tidy(contents_->layout, stamp);
+                return ZELVA_CORE_STATUS_NO_ERROR;
+            },
+            [] {});
     }
 }
 
@@ -444,7 +469,9 @@ zelva_core_status SettingsStore::announce_version(unsigned announced, unsigned& 
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
     unsigned old = 0;
+    std::shared_ptr<file::StoreFile> file;  // tells whether the store is the same one afterwards
     const zelva_core_status status = change([&] {
+        file = contents_->file;
         const Entries& entries = *contents_->entries;
         const Held* version = entries.find(version_key, Slot::value);
         if (version != nullptr && version->value.type() != value::type_for<int>) {
@@ -455,7 +482,8 @@ zelva_core_status SettingsStore::announce_version(unsigned announced, unsigned& 
         // A default without its key is no key.
         old = entries.has_keys() ? present : announced;
         if (announced <= present) {
-            return ZELVA_CORE_STATUS_NO_ERROR;
+            // Who may only read the store may announce the version that it has.
+            return lock_status_ == ZELVA_CORE_STATUS_NO_ERROR ? confirm() : ZELVA_CORE_STATUS_NO_ERROR;
         }
         std::vector<file::Change> changes;
         changes.push_back(change_of(version_key, Slot::value, Value(static_cast<int>(announced))));
@@ -465,7 +493,7 @@ zelva_core_status SettingsStore::announce_version(unsigned announced, unsigned& 
         return status;
     }
     const std::lock_guard lock(memory_);
-    if (contents_) {
+    if (contents_ && contents_->file == file) {
         contents_->versions = Versions{old, announced};
     }
     stored = old;

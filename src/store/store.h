@@ -96,7 +96,9 @@ class Store {
     bool is_current() const { return !contents_ || contents_->file->is_current(contents_->revision); }
 
     /// The file's entries, layout and revision. Settings without a file have none; for a configuration, INVALID_PARAMS.
-    zelva_core_status load(const file::StoreFile& file, bool has_lock, Contents& contents) const;
+    /// Nothing where it was not to wait for others who are changing the file.
+    std::optional<zelva_core_status> load(const file::StoreFile& file, file::StoreFile::Access access,
+                                          Contents& contents) const;
 
     /// Puts what has been read in the place of what there is. REQUIRES: memory_ is held.
     void use(Contents& fresh);
@@ -175,13 +177,16 @@ class SettingsStore : public Store {
     zelva_core_status change(Rules&& rules);
 
     /// Reads the file again, whatever is known of it. REQUIRES: writing_ is held.
-    zelva_core_status reload(bool has_lock);
+    zelva_core_status reload(file::StoreFile::Access access);
 
     /// Writes a value that has been judged. REQUIRES: within change().
     zelva_core_status put(std::string_view key, Slot slot, Value value);
 
     /// What is to become of an entry.
     file::Change change_of(std::string_view key, Slot slot, std::optional<Value> value) const;
+
+    /// Makes sure that what is there has reached the disk, if sets are to be durable. REQUIRES: within change().
+    zelva_core_status confirm();
 
     /// Makes the changes in the file and then in memory, or not at all. REQUIRES: within change().
     zelva_core_status commit(const std::vector<file::Change>& changes);
@@ -195,10 +200,11 @@ class SettingsStore : public Store {
     /// Leaves the file as a person would, where that can be done.
     void tidy();
 
-    /// Calls `work` with the file's stamp, which it may change with the file, as it may the layout. Other programs then
-    /// read the file again. REQUIRES: within change(), with the lock of the file.
-    template <class Work>
-    zelva_core_status modify(Work&& work);
+    /// Calls `work` with the file's stamp, which it may change with the file, as it may the layout; then, if that has
+    /// succeeded, `in_memory`, under memory_: in the same moment other programs learn that they are to read the file
+    /// again. REQUIRES: within change(), with the lock of the file.
+    template <class Work, class InMemory>
+    zelva_core_status modify(Work&& work, InMemory&& in_memory);
 
     /// Why the file cannot be changed, if so, for commit() to report: the rules decide first.
     zelva_core_status lock_status_ = ZELVA_CORE_STATUS_NO_ERROR;

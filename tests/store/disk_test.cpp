@@ -614,6 +614,67 @@ BOOST_AUTO_TEST_CASE(a_lock_that_cannot_be_looked_at_is_an_error_and_not_tried_f
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
 }
 
+// The line that was undone may be on the disk, and its undoing not.
+BOOST_AUTO_TEST_CASE(a_set_to_the_old_value_after_a_failed_flush_writes_the_file_anew) {
+    using Operation = zelva_core_status (*)();
+    const Operation set_old = [] { return set("k", 1); };
+    const Operation sync = [] { return zelva_core_settings_sync(); };
+    for (const Operation operation : {set_old, sync}) {
+        const OpenStore store("k = I0\nDEFAULT_k = I0\n");
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 1));
+        before_call = [](const Call& call) { return call.name == "fdatasync"s ? Fate{EIO} : Fate{}; };
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 2));
+        before_call = nullptr;
+        const Calls calls([&] { BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, operation()); });
+        BOOST_CHECK(calls.count("renameat2") > 0);
+        BOOST_CHECK_EQUAL(Value(1), value_of("k"));
+    }
+}
+
+// On a full disk, the new lines of a key that has only a default come to stand before the old default. What fails in
+// the middle of that must neither count later nor make memory take for lines what is none.
+BOOST_AUTO_TEST_CASE(a_refused_set_on_a_full_disk_changes_nothing_though_an_old_default_is_withdrawn) {
+    std::string file = "=" + text_of(100) + "\n";
+    for (int i = 0; i < 60; ++i) {
+        file += "v" + std::to_string(100 + i) + " = S" + text_of(50) + "\n";
+    }
+    file += "DEFAULT_k = I5\n#" + std::string(4096 - (file.size() + 17) % 4096, '.') + "\n";
+    for (std::size_t n = 1;; ++n) {
+        const OpenStore store(file);
+        BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("v100", text_of(50)));
+        const State before = state_of_store();
+        std::size_t number = 0;
+        const std::size_t size = file.size();
+        bool is_reached = false;
+        before_call = [&](const Call& call) {
+            const bool is_growing = call.name == "pwrite"s && fs::file_size(store_path()) <= size && call.size > 500;
+            if (is_growing) {
+                return Fate{ENOSPC};
+            }
+            is_reached = is_reached || (is_write(call) && number + 1 == n);
+            return is_write(call) && ++number == n ? Fate{EIO} : Fate{};
+        };
+        const zelva_core_status status = set("k", 7);
+        before_call = nullptr;
+        if (status != ZELVA_CORE_STATUS_NO_ERROR) {
+            BOOST_CHECK(state_of_store() == before);
+        }
+        State after = status == ZELVA_CORE_STATUS_NO_ERROR ? state_of_store() : before;
+        for (int i = 0; i < 200; ++i) {
+            BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("other", text_of(100) + std::to_string(i)));
+        }
+        BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 8));
+        const Value last = text_of(100) + "199";
+        after["other"] = {last, text_of(100) + "0"};
+        after.try_emplace("k", Entry{8, 8}).first->second.value = 8;
+        OpenStore::restart();
+        BOOST_CHECK_MESSAGE(state_of_store() == after, "after a failure of call " << n);
+        if (!is_reached) {
+            break;
+        }
+    }
+}
+
 BOOST_AUTO_TEST_CASE(a_new_folder_reaches_the_disk) {
     fs::remove_all(fs::path(Folder::path()).parent_path());
     const Calls calls([] { BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test")); });

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <cstring>
@@ -46,6 +47,10 @@ int set_many(int count) {
         failures += zelva_core_settings_set_int_value("many", i) == ZELVA_CORE_STATUS_NO_ERROR ? 0 : 1;
     }
     return failures;
+}
+int count_mappings(int) {
+    const std::string maps = read_file("/proc/self/maps");
+    return static_cast<int>(std::count(maps.begin(), maps.end(), '\n'));
 }
 int reopen(int) {
     const int status = zelva_core_settings_deinit();
@@ -393,6 +398,9 @@ BOOST_AUTO_TEST_CASE(a_user_who_may_only_read_sees_what_others_write) {
         BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 6));
         BOOST_CHECK_EQUAL(6, reader.run(get_k));
         BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, reader.run(set_k, 7));
+        const int mappings = reader.run(count_mappings);
+        BOOST_CHECK_EQUAL(100, reader.run(set_many, 100));  // all refused
+        BOOST_CHECK_EQUAL(mappings, reader.run(count_mappings));
         BOOST_CHECK_EQUAL(6, reader.run(get_k));
         BOOST_CHECK_EQUAL(6, number_of("k"));
     }

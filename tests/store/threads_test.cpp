@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <filesystem>
 #include <string>
 #include <thread>
 
@@ -78,6 +79,32 @@ BOOST_AUTO_TEST_CASE(a_store_may_be_opened_and_closed_while_other_threads_use_it
         }
     });
     BOOST_CHECK_EQUAL(0, failures);
+}
+
+BOOST_AUTO_TEST_CASE(a_store_may_be_closed_while_a_thread_reads_what_another_program_writes) {
+    write_file(store_path(), "k = I1\n");
+    const pid_t other = start([] {
+        for (int i = 0; i < 400; ++i) {
+            zelva_core_settings_set_int_value("k", i);
+        }
+        return 0;
+    });
+    std::atomic<bool> done{false};
+    std::thread reader([&done] {
+        int number = 0;
+        while (!done) {
+            zelva_core_settings_get_int_value("k", &number);
+        }
+    });
+    for (int i = 0; i < 100; ++i) {
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+        zelva_core_settings_set_int_value("mine", i);
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_deinit());
+    }
+    done = true;
+    reader.join();
+    BOOST_CHECK_EQUAL(0, result_of(other));
+    std::filesystem::remove(store_path());
 }
 
 // The first list of keys puts them in order.
