@@ -49,7 +49,14 @@ std::string text_of(std::size_t size, unsigned number) {
 std::vector<Step> script(unsigned seed, State state) {
     std::mt19937 random(seed);
     const auto below = [&random](unsigned most) { return static_cast<unsigned>(random()) % most; };
-    std::vector<Step> steps;
+    const auto set_step = [](const std::string& key, const Value& value) {
+        return Step{"set " + key, [=] { return set(key, value); },
+                    [=](State& changed) {
+                        changed.try_emplace(key, Entry{value, value}).first->second.value = value;
+                    }};
+    };
+    std::vector<Step> steps{set_step("long", text_of(9000, 0))};
+    steps[0].model(state);
     constexpr unsigned length = 80;
     while (steps.size() < length) {
         const std::string key = "k" + std::to_string(below(6));
@@ -96,10 +103,7 @@ std::vector<Step> script(unsigned seed, State state) {
                                  }});
                 break;
             default:
-                steps.push_back({"set " + key, [=] { return set(key, value); },
-                                 [=](State& changed) {
-                                     changed.try_emplace(key, Entry{value, value}).first->second.value = value;
-                                 }});
+                steps.push_back(set_step(key, value));
         }
         steps.back().model(state);
     }
