@@ -112,15 +112,23 @@ class Damaged {
             ~Close() { zelva_core_settings_deinit(); }
         } close;
         State state = state_of_store();
-        for (const auto& [name, value] : whole_lines(text)) {
+        const auto lines = last_lines(text);
+        for (const auto& [key, entry] : state) {
+            if (lines.count(key) == 0) {
+                return "has the key " + shown(key) + ", which no line has";
+            }
+        }
+        for (const auto& [name, value] : lines) {
+            if (!value) {
+                continue;
+            }
             const std::string prefix = "DEFAULT_";
             const bool is_default = name.compare(0, prefix.size(), prefix) == 0;
             const auto found = state.find(is_default ? name.substr(prefix.size()) : name);
-            if (is_default && (found == state.end() || found->second.value.index() != value.index())) {
+            if (is_default && (found == state.end() || found->second.value.index() != value->index())) {
                 continue;  // the default of a key that is lost
             }
-            if (found == state.end() ||
-                !((is_default ? found->second.default_value : found->second.value) == std::optional(value))) {
+            if (found == state.end() || !((is_default ? found->second.default_value : found->second.value) == value)) {
                 return "has lost " + name;
             }
         }
@@ -152,22 +160,19 @@ class Damaged {
         return lost_comment(text);
     }
 
-    /// By name, what the lines say that are as they were. What follows with the same key may count in their place.
-    std::map<std::string, Value> whole_lines(const std::string& text) const {
-        std::map<std::string, Value> whole;
+    /// By name, what the last line says, if it is as it was: a damaged one may count, too. A line with a NUL is none.
+    std::map<std::string, std::optional<Value>> last_lines(const std::string& text) const {
+        std::map<std::string, std::optional<Value>> last;
         for (const std::string& line : lines_of(text)) {
             const std::size_t equals = line.find('=');
-            if (equals == std::string::npos || line[0] == '#' || line[0] == ';') {
-                continue;
-            }
-            const std::string name(zelva::value::trimmed(std::string_view(line).substr(0, equals)));
-            whole.erase(name);
-            const auto row = rows_.find(line);
-            if (row != rows_.end() && row->second->value) {
-                whole.emplace(name, *row->second->value);
+            const bool is_comment = line[0] == '#' || line[0] == ';';
+            if (equals != std::string::npos && !is_comment && line.find('\0') == std::string::npos) {
+                const std::string name(zelva::value::trimmed(std::string_view(line).substr(0, equals)));
+                const auto row = rows_.find(line);
+                last[name] = row == rows_.end() ? std::nullopt : row->second->value;
             }
         }
-        return whole;
+        return last;
     }
 
     /// A comment or rejected line of this file that is no longer in the one that the store has written.
