@@ -98,7 +98,12 @@ class Damaged {
 
     /// The test's first failure is its last.
     void check(const std::string& text, const std::string& what) {
-        const std::string problem = problem_with(text);
+        std::string problem;
+        try {
+            problem = problem_with(text);
+        } catch (const std::exception& error) {
+            problem = error.what();
+        }
         BOOST_REQUIRE_MESSAGE(problem.empty(), what << ": " << problem << "\n" << abridged(text).substr(0, 5000));
     }
 
