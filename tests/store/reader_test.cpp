@@ -291,14 +291,6 @@ BOOST_AUTO_TEST_CASE(the_version_is_a_key_like_any_other) {
     BOOST_CHECK_EQUAL(Value(19), value_of("Version"));
 }
 
-/// Whether there is a locale with a decimal comma; the build makes one where the system can.
-boost::test_tools::assertion_result has_comma_locale(boost::unit_test::test_unit_id) {
-    boost::test_tools::assertion_result result = std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr;
-    std::setlocale(LC_ALL, "C");
-    result.message() << "the locale de_DE.UTF-8 is not there";
-    return result;
-}
-
 BOOST_AUTO_TEST_CASE(numbers_do_not_depend_on_the_locale, *boost::unit_test::precondition(has_comma_locale)) {
     std::setlocale(LC_ALL, "de_DE.UTF-8");
     BOOST_REQUIRE_EQUAL(",", std::localeconv()->decimal_point);

@@ -3,6 +3,7 @@
 #include <stdlib.h>
 
 #include <algorithm>
+#include <clocale>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -187,6 +188,13 @@ std::string read_file(const std::string& path) {
 
 bool is_campaign() {
     return getenv("ZELVA_CORE_CAMPAIGN") != nullptr;
+}
+
+boost::test_tools::assertion_result has_comma_locale(boost::unit_test::test_unit_id) {
+    boost::test_tools::assertion_result result = std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr;
+    std::setlocale(LC_ALL, "C");
+    result.message() << "the locale de_DE.UTF-8 is not there";
+    return result;
 }
 
 std::map<std::string, EntryLine> lines_of_file() {

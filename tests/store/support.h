@@ -42,6 +42,9 @@ std::string read_file(const std::string& path);
 /// Whether this is a release run (scripts/campaign): the same checks at a larger size.
 bool is_campaign();
 
+/// Whether there is a locale with a decimal comma; the build makes one where the system can. A precondition of tests.
+boost::test_tools::assertion_result has_comma_locale(boost::unit_test::test_unit_id);
+
 /// The line of an entry, without its line feed. Where it stands does not matter to what it says.
 struct EntryLine {
     std::string text;
