@@ -137,19 +137,26 @@ class Run {
         if (is_open_) {
             fuzz::check_holds(entries_);
         }
-        if (!is_edited_) {
+        if (!edited_) {
             const fuzz::File file = fuzz::read_file(disk.text());
             CHECK(fuzz::is_same(fuzz::meaning(file.entries), fuzz::meaning(entries_)));
             CHECK(file.others == others_);
         }
     }
 
-    /// What every change does first, and every opening: it finds what a person has changed.
-    void read() {
-        fuzz::File file = fuzz::read_file(disk.text());
+    void use(fuzz::File file) {
         entries_ = std::move(file.entries);
         others_ = std::move(file.others);
-        is_edited_ = false;
+        edited_ = std::nullopt;
+    }
+
+    void read() { use(fuzz::read_file(disk.text())); }
+
+    /// What every change does first: it finds what a person has made of the file.
+    void read_if_edited() {
+        if (edited_) {
+            use(*std::move(edited_));
+        }
     }
 
     /// The status of a change that the rules allow. On a full disk it may fail.
@@ -366,32 +373,31 @@ class Run {
         CHECK(zelva_core_settings_deinit() == ZELVA_CORE_STATUS_NO_ERROR);
         CHECK(zelva_core_settings_deinit() == ZELVA_CORE_STATUS_NOT_INITIALIZED);
         is_open_ = false;
-        if (is_edited_) {
-            read();
-        }
+        read_if_edited();
     }
 
-    void end_program(const simulated::Disk& left) {
+    void end_program(const simulated::Disk& left, bool is_known) {
         if (is_open_) {
             zelva_core_settings_deinit();
             is_open_ = false;
         }
         disk = left;
-        check();
+        if (is_known) {
+            check();
+        }
         open();
     }
 
     void kill() {
         read_if_edited();
-        end_program(simulated::Disk(disk));
+        end_program(simulated::Disk(disk), true);
     }
 
     void lose_power() {
         read_if_edited();
         std::mt19937 random(in_.ConsumeIntegral<unsigned>());
         const simulated::Disk left = disk.after_power_loss(random);
-        is_edited_ = !is_durable_;  // what may have been lost is not known
-        end_program(left);
+        end_program(left, is_durable_);
     }
 
     void fill_disk() {
@@ -420,15 +426,9 @@ class Run {
             disk.names_to_change(folder)["test"] = file;
         }
         disk.flush_folder(folder);
-        is_edited_ = true;
+        edited_ = fuzz::read_file(disk.text());
         if (!is_open_) {
-            read();
-        }
-    }
-
-    void read_if_edited() {
-        if (is_edited_) {
-            read();
+            read_if_edited();
         }
     }
 
@@ -455,11 +455,11 @@ class Run {
 
     FuzzedDataProvider& in_;
     bool is_open_ = false;
-    bool is_edited_ = false;  // since the file has been read, or so that nobody knows how
     bool is_durable_ = true;
     zelva_core_durability durability_ = ZELVA_CORE_DURABILITY_FULL;
     Entries entries_;
     std::vector<std::string> others_;
+    std::optional<fuzz::File> edited_;  // what a person has made of the file since it was read
     std::optional<std::pair<unsigned, unsigned>> versions_;
 };
 
