@@ -485,6 +485,11 @@ zelva_core_status SettingsStore::announce_version(unsigned announced, unsigned& 
             // Who may only read the store may announce the version that it has.
             return lock_status_ == ZELVA_CORE_STATUS_NO_ERROR ? confirm() : ZELVA_CORE_STATUS_NO_ERROR;
         }
+        if (version == nullptr) {
+            if (const zelva_core_status cleared = clear_default(version_key)) {
+                return cleared;
+            }
+        }
         std::vector<file::Change> changes;
         changes.push_back(change_of(version_key, Slot::value, Value(static_cast<int>(announced))));
         return commit(changes);
@@ -498,6 +503,25 @@ zelva_core_status SettingsStore::announce_version(unsigned announced, unsigned& 
     }
     stored = old;
     return ZELVA_CORE_STATUS_NO_ERROR;
+}
+
+zelva_core_status SettingsStore::clear_default(std::string_view key) {
+    if (lock_status_ != ZELVA_CORE_STATUS_NO_ERROR) {
+        return lock_status_;
+    }
+    if (!contents_->layout.replaced.empty()) {
+        // Among the lines that are still to be withdrawn may be that of its default, from before it was deleted.
+        zelva_core_status status = flush(true);
+        if (status == ZELVA_CORE_STATUS_NO_ERROR && contents_->durability == ZELVA_CORE_DURABILITY_FULL) {
+            status = flush(false);
+        }
+        if (status != ZELVA_CORE_STATUS_NO_ERROR) {
+            return status;
+        }
+    }
+    return contents_->entries->find(key, Slot::default_value) == nullptr
+               ? ZELVA_CORE_STATUS_NO_ERROR
+               : commit({change_of(key, Slot::default_value, std::nullopt)});
 }
 
 zelva_core_status SettingsStore::versions(unsigned& stored, unsigned& announced) const {

@@ -197,6 +197,9 @@ class SettingsStore : public Store {
     /// Makes sure that the file has reached the disk. REQUIRES: within change().
     zelva_core_status flush(bool is_to_be_tidied);
 
+    /// Sees to it that there is no default for an absent key to come by. REQUIRES: within change().
+    zelva_core_status clear_default(std::string_view key);
+
     /// Leaves the file as a person would, where that can be done.
     void tidy();
 
