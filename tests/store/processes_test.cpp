@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <cstring>
@@ -12,6 +11,7 @@
 #include <fstream>
 #include <functional>
 #include <random>
+#include <sstream>
 #include <string>
 #include <thread>
 
@@ -49,8 +49,12 @@ int set_many(int count) {
     return failures;
 }
 int count_mappings(int) {
-    const std::string maps = read_file("/proc/self/maps");
-    return static_cast<int>(std::count(maps.begin(), maps.end(), '\n'));
+    std::istringstream maps(read_file("/proc/self/maps"));
+    int count = 0;
+    for (std::string line; std::getline(maps, line);) {
+        count += line.find("/.zelva/") == std::string::npos ? 0 : 1;
+    }
+    return count;
 }
 int reopen(int) {
     const int status = zelva_core_settings_deinit();
