@@ -11,7 +11,8 @@ namespace {
 template <class Use>
 void for_each_line(std::string_view text, Use&& use) {
     for (std::size_t offset = 0; offset < text.size();) {
-        const std::size_t end = std::min(text.find('\n', offset), text.size());
+        // Padding has many empty lines.
+        const std::size_t end = text[offset] == '\n' ? offset : std::min(text.find('\n', offset), text.size());
         const std::size_t next = std::min(end + 1, text.size());
         use(text.substr(offset, end - offset),
             Line{static_cast<std::uint32_t>(offset), static_cast<std::uint32_t>(next - offset)});

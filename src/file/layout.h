@@ -77,7 +77,7 @@ struct Compacted {
 };
 
 /// A changed entry keeps its place, a new one goes to the end in the order given.
-Compacted compacted(std::string_view text, const std::vector<Change>& changes);
+[[gnu::cold]] Compacted compacted(std::string_view text, const std::vector<Change>& changes);
 
 /// The lines of entries, as they are written.
 std::string lines_of(const Change* begin, const Change* end);
@@ -89,9 +89,9 @@ struct Patch {
     std::string bytes;            // of which the text is a part
     std::size_t text_offset = 0;  // of the text in the file
 };
-std::optional<Patch> fitted_into_withdrawn(std::string_view file, std::string_view text);
+[[gnu::cold]] std::optional<Patch> fitted_into_withdrawn(std::string_view file, std::string_view text);
 
 /// Where the last line ends that is neither withdrawn nor blank nor damage.
-std::size_t live_end(std::string_view file);
+[[gnu::cold]] std::size_t live_end(std::string_view file);
 
 }  // namespace zelva::file

@@ -34,15 +34,32 @@ std::string entry_name(std::string_view key, Slot slot) {
     return name;
 }
 
-Entries::Record::Owner Entries::Record::make(std::string_view name) {
-    void* const memory = ::operator new(sizeof(Record) + name.size());
+void* Entries::Pool::take(std::size_t size) {
+    constexpr std::size_t usual_block = 65536;
+    size = (size + alignof(Record) - 1) / alignof(Record) * alignof(Record);
+    if (size > left_) {
+        const std::size_t block_size = std::max(size, usual_block);
+        std::unique_ptr<char[]> block(new char[block_size]);
+        blocks_.push_back(std::move(block));
+        left_ = block_size;
+    }
+    left_ -= size;
+    return blocks_.back().get() + left_;
+}
+
+Entries::Record::Owner Entries::Record::make(std::string_view name, Pool* pool) {
+    const std::size_t size = sizeof(Record) + name.size();
+    void* const memory = pool != nullptr ? pool->take(size) : ::operator new(size);
     std::copy(name.begin(), name.end(), static_cast<char*>(memory) + sizeof(Record));
-    return Owner(new (memory) Record(name.size()));
+    return Owner(new (memory) Record(name.size(), pool != nullptr));
 }
 
 void Entries::Record::Delete::operator()(Record* record) const {
+    const bool is_pooled = record->is_pooled_;
     record->~Record();
-    ::operator delete(record);
+    if (!is_pooled) {
+        ::operator delete(record);
+    }
 }
 
 std::size_t Entries::bucket_of(std::string_view key, std::size_t hash) const {
@@ -77,13 +94,16 @@ void Entries::reserve(std::size_t keys) {
     }
 }
 
-Entries::Record* Entries::add_record(std::string_view key) {
+std::pair<Entries::Record*, bool> Entries::record_or_new(std::string_view key, Pool* pool) {
     reserve(count_ + 1);
     const std::size_t hash = hash_of(key);
     Bucket& bucket = buckets_[bucket_of(key, hash)];
-    bucket = {Record::make(key), hash};
-    ++count_;
-    return bucket.record.get();
+    const bool is_new = !bucket.record;
+    if (is_new) {
+        bucket = {Record::make(key, pool), hash};
+        ++count_;
+    }
+    return {bucket.record.get(), is_new};
 }
 
 void Entries::remove_record(std::string_view key) {
@@ -108,8 +128,7 @@ std::optional<file::Line> Entries::add(std::string_view name, value::Packed&& va
     const auto [key, slot] = parsed(name);
     // A key's two lines mostly follow each other.
     if (last_added_ == nullptr || last_added_->name() != key) {
-        Record* const present = record_of(key);
-        last_added_ = present != nullptr ? present : add_record(key);
+        last_added_ = record_or_new(key, &pool_).first;
     }
     Held& held = last_added_->at(slot);
     const auto earlier = held.value.has_value() ? std::optional(held.line) : std::nullopt;
@@ -130,14 +149,11 @@ Held* Entries::find(std::string_view name) {
 
 void Entries::prepare(std::string_view name) {
     const std::string_view key = parsed(name).first;
-    if (record_of(key) != nullptr) {
-        return;
-    }
     if (is_sorted_ && sorted_.size() == sorted_.capacity()) {
         sorted_.reserve(2 * sorted_.size() + 1);
     }
-    Record* const record = add_record(key);
-    if (is_sorted_) {
+    const auto [record, is_new] = record_or_new(key, nullptr);
+    if (is_sorted_ && is_new) {
         sorted_.insert(place_of(key), record);
     }
 }

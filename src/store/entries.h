@@ -5,11 +5,13 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "file/layout.h"
@@ -63,6 +65,17 @@ class Entries {
     void list(std::string_view prefix, const std::function<void(std::string_view)>& use);
 
   private:
+    /// Memory for the records of a file: to ask for that of each by itself takes a fifth of the time that opening takes
+    /// (measured with 10,000 keys). It is given back as a whole.
+    class Pool {
+      public:
+        void* take(std::size_t size);
+
+      private:
+        std::vector<std::unique_ptr<char[]>> blocks_;
+        std::size_t left_ = 0;  // of the last one
+    };
+
     /// What there is of a key, and its name behind that, in one piece of memory: so a look-up waits for it but once.
     class Record {
       public:
@@ -70,7 +83,9 @@ class Entries {
             void operator()(Record* record) const;
         };
         using Owner = std::unique_ptr<Record, Delete>;
-        static Owner make(std::string_view name);
+
+        /// Without a pool, a record has memory of its own.
+        static Owner make(std::string_view name, Pool* pool);
 
         std::string_view name() const { return {reinterpret_cast<const char*>(this + 1), size_}; }
         const Held& at(Slot slot) const { return slots_[static_cast<std::size_t>(slot)]; }
@@ -78,10 +93,11 @@ class Entries {
         bool is_empty() const { return !slots_[0].value.has_value() && !slots_[1].value.has_value(); }
 
       private:
-        explicit Record(std::size_t size) : size_(size) {}
+        Record(std::size_t size, bool is_pooled) : size_(static_cast<std::uint32_t>(size)), is_pooled_(is_pooled) {}
 
         std::array<Held, 2> slots_;
-        const std::size_t size_;
+        const std::uint32_t size_;
+        const bool is_pooled_;
     };
 
     /// A place in a hash table with open addressing: a key is in the bucket that its hash tells, or in one of those
@@ -98,11 +114,13 @@ class Entries {
 
     /// nullptr where there is none.
     Record* record_of(std::string_view key) const;
-    Record* add_record(std::string_view key);
+    /// The record of a key, and whether it was made just now.
+    std::pair<Record*, bool> record_or_new(std::string_view key, Pool* pool);
     void remove_record(std::string_view key);
     void resize_table(std::size_t size);
     std::vector<Record*>::iterator place_of(std::string_view key);
 
+    Pool pool_;
     std::size_t count_ = 0;
     std::vector<Bucket> buckets_;  // none, or a power of two of them, of which seven in eight are in use at most
     Record* last_added_ = nullptr;
