@@ -41,8 +41,9 @@ void write_line(std::string_view key, const value::Value& value, std::string& ou
 }
 
 bool is_key(std::string_view key) {
-    return !key.empty() && key.find_first_of(std::string_view("=\n\0", 3)) == std::string_view::npos &&
-           value::trimmed(key).size() == key.size() && !begins_like_comment(key);
+    const auto holds = [key](char c) { return key.find(c) != std::string_view::npos; };
+    return !key.empty() && !holds('=') && !holds('\n') && !holds('\0') && value::trimmed(key).size() == key.size() &&
+           !begins_like_comment(key);
 }
 
 }  // namespace zelva::file

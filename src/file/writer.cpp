@@ -39,7 +39,7 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
         return EFBIG;
     }
     std::vector<std::string> texts_apart;
-    if (size < sector_size) {
+    if (size < sector_size && changes.size() > 1) {
         texts_apart = std::exchange(texts, {lines_of(changes.data(), changes.data() + changes.size())});
     }
     make_room(layout_.replaced, 2 * changes.size());
