@@ -109,7 +109,9 @@ void* map(int descriptor, std::size_t size, int protection) {
     });
 }
 int unmap(void* memory, std::size_t size) {
-    return call("unmap", [&] { return munmap(memory, size); });
+    // Also where it is refused: a program that goes on being refused would come to have thousands of mappings.
+    const int result = munmap(memory, size);
+    return call("unmap", [result] { return result; });
 }
 
 }  // namespace zelva::file::system
