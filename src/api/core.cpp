@@ -17,7 +17,7 @@ union Immortal {
     Immortal() : object() {}
     Immortal(const Immortal&) = delete;
     Immortal& operator=(const Immortal&) = delete;
-    ~Immortal() {}
+    ~Immortal() {}  // NOLINT(modernize-use-equals-default): that would be no destructor at all, but a deleted one
 
     T object;
 };

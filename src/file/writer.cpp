@@ -64,7 +64,7 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
         }
         if (is_out_of_room(error) && is_new && texts.size() < texts_apart.size()) {
             // There may be room for each line by itself.
-            texts = std::move(texts_apart);
+            std::swap(texts, texts_apart);
             continue;
         }
         if (error != 0) {

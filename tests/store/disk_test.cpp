@@ -35,7 +35,7 @@ struct Calls {
     std::vector<Call> all;
 
     template <class Operation>
-    explicit Calls(Operation&& operation) {
+    explicit Calls(const Operation& operation) {
         before_call = [this](const Call& call) {
             all.push_back(call);
             return Fate{};

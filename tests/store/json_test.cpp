@@ -136,8 +136,7 @@ BOOST_AUTO_TEST_CASE(what_is_not_json_is_refused) {
                              "\xEF\xBB\xBF{}",
                              "\v1",
                              "\f1",
-                             "\xC2\xA0"
-                             "1",
+                             "\u00A01",
                              "undefined",
                              "NaN",
                              "Infinity",

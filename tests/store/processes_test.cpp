@@ -322,7 +322,7 @@ BOOST_AUTO_TEST_CASE(a_program_writes_on_when_another_one_has_compacted_the_file
     BOOST_CHECK_EQUAL(0, set_many(1000));
     BOOST_REQUIRE_EQUAL(0, stat(store_path().c_str(), &after));
     BOOST_CHECK(before.st_ino != after.st_ino);
-    BOOST_CHECK(after.st_size < 16 * 4096);
+    BOOST_CHECK(after.st_size < off_t{16} * 4096);
     BOOST_CHECK_EQUAL(0, other.run(set_k, 3));
     BOOST_CHECK_EQUAL(3, number_of("k"));
     OpenStore::restart();
