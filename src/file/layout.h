@@ -76,7 +76,8 @@ struct Compacted {
     Layout layout;
 };
 
-/// A changed entry keeps its place, a new one goes to the end in the order given.
+/// A changed entry keeps its place, a new one goes to the end in the order given. REQUIRES: of a key's lines all but
+/// the last are withdrawn.
 Compacted compacted(std::string_view text, const std::vector<Change>& changes);
 
 /// The lines of entries, as they are written.

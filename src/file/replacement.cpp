@@ -41,7 +41,10 @@ int follow_links(std::string& path) {
             return errno == EINVAL || errno == ENOENT ? 0 : errno;
         }
         target.resize(static_cast<std::size_t>(size));
-        path = target[0] == '/' ? target : folder_of(path) + target;
+        if (target[0] != '/') {
+            target.insert(0, folder_of(path));
+        }
+        path = std::move(target);
     }
     return ELOOP;
 }

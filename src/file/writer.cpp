@@ -268,7 +268,8 @@ int Writer::withdraw(const Line& line, bool is_durable) {
     for (ssize_t count = 0; count != 1;) {
         count = system::pread(file_.number(), &first, 1, static_cast<off_t>(line.offset));
         if (count == 0) {
-            return EIO;  // a person has cut the file off
+            has_failed_to_undo_ = true;  // a person has cut the file off: it is to be read again
+            return EIO;
         }
         if (count < 0 && errno != EINTR) {
             return errno;

@@ -161,9 +161,6 @@ zelva_core_status Store::look_up(ReadLock& lock, std::string_view key, Slot slot
 }
 
 zelva_core_status Store::find(std::string_view key, Slot slot, Type type, const value::Packed*& found) const {
-    if (is_reserved(key)) {
-        return ZELVA_CORE_STATUS_INVALID_PARAMS;
-    }
     if (!contents_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;
     }
@@ -282,10 +279,13 @@ zelva_core_status SettingsStore::remove(std::string_view key) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
     return change([&] {
-        return contents_->entries->find(key, Slot::value) == nullptr
-                   ? ZELVA_CORE_STATUS_SETTING_NOT_PRESENT
-                   : commit({change_of(key, Slot::value, std::nullopt),
-                             change_of(key, Slot::default_value, std::nullopt)});
+        if (contents_->entries->find(key, Slot::value) == nullptr) {
+            return ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
+        }
+        std::vector<file::Change> changes;
+        changes.push_back(change_of(key, Slot::value, std::nullopt));
+        changes.push_back(change_of(key, Slot::default_value, std::nullopt));
+        return commit(changes);
     });
 }
 
@@ -519,9 +519,10 @@ zelva_core_status SettingsStore::clear_default(std::string_view key) {
             return status;
         }
     }
-    return contents_->entries->find(key, Slot::default_value) == nullptr
-               ? ZELVA_CORE_STATUS_NO_ERROR
-               : commit({change_of(key, Slot::default_value, std::nullopt)});
+    if (contents_->entries->find(key, Slot::default_value) == nullptr) {
+        return ZELVA_CORE_STATUS_NO_ERROR;
+    }
+    return commit(std::vector(1, change_of(key, Slot::default_value, std::nullopt)));
 }
 
 zelva_core_status SettingsStore::versions(unsigned& stored, unsigned& announced) const {
