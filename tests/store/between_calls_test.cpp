@@ -368,6 +368,85 @@ BOOST_AUTO_TEST_CASE(a_set_is_refused_where_withdrawn_lines_cannot_be_cut_off_a_
     }
 }
 
+// A set on a full disk takes the place of withdrawn lines: of a key whose lines stand behind them, of a new key, of one
+// that has only a default, and of one whose two lines do not fit into a sector.
+BOOST_AUTO_TEST_CASE(a_set_on_a_full_disk_is_done_or_refused_whichever_write_fails) {
+    const std::string long_text(300, 'x');
+    const std::vector<std::pair<std::string, Value>> situations{{"k = I1\nDEFAULT_k = I5\n", 2},
+                                                                {"", 2},
+                                                                {"DEFAULT_k = I5\n", 2},
+                                                                {"DEFAULT_k = I5\n", long_text},
+                                                                {"", long_text}};
+    for (const auto& [lines, value] : situations) {
+        std::string text = "=" + std::string(1100, 'w') + "\n" + lines;
+        text += "#" + std::string(file::page_size - text.size() - 2, '.') + "\n";
+        bool is_reached = true;
+        for (std::size_t n = 1; is_reached; ++n) {
+            const OpenStore store(text);
+            const State before = state_of_store();
+            zelva_core_status status{};
+            {
+                std::size_t number = 0;
+                const Interference interference([&](const Call& call) {
+                    const bool is_growing = call.name == "pwrite"s && call.size > file::sector_size;
+                    const bool is_write = call.name == "pwrite"s || call.name == "fdatasync"s;
+                    number += is_write && !is_growing ? 1 : 0;
+                    return Fate{is_growing ? ENOSPC : is_write && number == n ? EIO : 0};
+                });
+                status = set("k", value);
+                is_reached = number >= n;
+            }
+            State after = before;
+            if (status == ZELVA_CORE_STATUS_NO_ERROR) {
+                after.try_emplace("k", Entry{value, value}).first->second.value = value;
+            }
+            BOOST_CHECK(state_of_store() == after);
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("l", 1));
+            after["l"] = {1, 1};
+            BOOST_CHECK(state_of_store() == after);
+            OpenStore::restart();
+            BOOST_CHECK_MESSAGE(state_of_store() == after, "after a failure of write " << n << " behind " << lines);
+        }
+    }
+}
+
+// The file that a get has read is not that of the store that is open by then.
+BOOST_AUTO_TEST_CASE(a_store_may_be_closed_or_another_one_opened_while_a_get_reads) {
+    const TimeLimit limit;
+    for (const bool is_opened_again : {true, false}) {
+        const OpenStore store("k = I1\n");
+        Program other;
+        const auto set_k = [](int value) { return static_cast<int>(set("k", value)); };
+        BOOST_REQUIRE_EQUAL(0, other.run(set_k, 2));
+        const Interference interference("pread", [&] {
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_deinit());
+            if (is_opened_again) {
+                BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+            }
+            BOOST_CHECK_EQUAL(0, other.run(set_k, 3));
+        });
+        int number = 0;
+        BOOST_CHECK_EQUAL(is_opened_again ? ZELVA_CORE_STATUS_NO_ERROR : ZELVA_CORE_STATUS_NOT_INITIALIZED,
+                          zelva_core_settings_get_int_value("k", &number));
+        BOOST_CHECK_EQUAL(is_opened_again ? 2 : 0, number);
+        BOOST_CHECK_EQUAL(is_opened_again ? ZELVA_CORE_STATUS_NO_ERROR : ZELVA_CORE_STATUS_NOT_INITIALIZED,
+                          zelva_core_settings_get_int_value("k", &number));
+        BOOST_CHECK_EQUAL(is_opened_again ? 3 : 0, number);
+    }
+}
+
+BOOST_AUTO_TEST_CASE(a_removed_lock_is_made_again_and_another_one_in_its_place_is_taken) {
+    for (const bool is_replaced : {false, true}) {
+        const OpenStore store("k = I1\n");
+        fs::remove(shared_state_path());
+        if (is_replaced) {
+            write_file(shared_state_path(), "");
+        }
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+        BOOST_CHECK_EQUAL(file::page_size, fs::file_size(shared_state_path()));
+    }
+}
+
 BOOST_AUTO_TEST_CASE(a_compaction_leaves_out_a_withdrawn_line_that_is_damaged) {
     const OpenStore store("k = I1\n=l\0d\n"s + dead_lines() + "l = I2\n");
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));

@@ -565,6 +565,15 @@ BOOST_AUTO_TEST_CASE(the_old_version_tells_what_there_is_to_migrate) {
     }
 }
 
+BOOST_AUTO_TEST_CASE(the_version_never_comes_by_a_default) {
+    const OpenStore store("k = I1\nDEFAULT_Version = I9\n");
+    unsigned old_version = 7;
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_and_set_version(&old_version, 3));
+    BOOST_CHECK_EQUAL(0U, old_version);
+    BOOST_CHECK_EQUAL("k = I1\nVersion = I3\n", OpenStore::file());
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_SETTING_NOT_PRESENT, get_default("Version").status);
+}
+
 BOOST_AUTO_TEST_CASE(a_version_key_of_another_type_is_left_alone) {
     const OpenStore store("Version = Sone\n");
     unsigned old_version = 99;
