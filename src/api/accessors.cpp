@@ -49,7 +49,10 @@ zelva_core_status set_json(Slot slot, const char* key, const std::string& text) 
     }
     return api::guarded([&] {
         std::optional<Json> json = value::canonical_json(text);
-        return json ? api::settings().write(key, slot, *std::move(json)) : ZELVA_CORE_STATUS_INVALID_PARAMS;
+        if (!json) {
+            return ZELVA_CORE_STATUS_INVALID_PARAMS;
+        }
+        return api::settings().write(key, slot, *std::move(json));
     });
 }
 

@@ -86,7 +86,7 @@ Element** allocate_array(unsigned n) {
             array.get()[i] = new_element(Element());
         }
         return array.release();
-    } catch (const std::bad_alloc&) {
+    } catch (...) {
         return nullptr;
     }
 }

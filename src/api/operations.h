@@ -39,7 +39,10 @@ zelva_core_status set(Slot slot, const char* key, In<T> in) {
     }
     return guarded([&] {
         std::optional<T> value = take_in<T>(in);
-        return value ? settings().write(key, slot, *std::move(value)) : ZELVA_CORE_STATUS_INVALID_PARAMS;
+        if (!value) {
+            return ZELVA_CORE_STATUS_INVALID_PARAMS;
+        }
+        return settings().write(key, slot, *std::move(value));
     });
 }
 

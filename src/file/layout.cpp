@@ -1,7 +1,6 @@
 #include "file/layout.h"
 
 #include <algorithm>
-#include <unordered_map>
 
 namespace zelva::file {
 
@@ -78,7 +77,7 @@ Compacted compacted(std::string_view text, const std::vector<Change>& changes) {
         const Change* change;
     };
     std::vector<Kept> lines;
-    std::unordered_map<std::string_view, std::size_t> last_line;  // of a key
+    std::vector<bool> has_place(changes.size());
     for_each_line(text, [&](std::string_view line, Line) {
         const bool follows_blank = lines.empty() || lines.back().text.empty();
         if (is_withdrawn(line) || is_damage(line) || (line.empty() && follows_blank)) {
@@ -86,11 +85,11 @@ Compacted compacted(std::string_view text, const std::vector<Change>& changes) {
         }
         const auto entry = read_line(line);
         const Change* change = nullptr;
-        if (entry) {
-            last_line[entry->key] = lines.size();
-            const auto found = std::find_if(changes.begin(), changes.end(),
-                                            [&entry](const Change& candidate) { return entry->key == candidate.key; });
-            change = found == changes.end() ? nullptr : &*found;
+        for (std::size_t i = 0; entry && i < changes.size(); ++i) {
+            if (changes[i].key == entry->key) {
+                change = &changes[i];
+                has_place[i] = true;
+            }
         }
         lines.push_back({line, entry ? entry->key : std::string_view(), change});
     });
@@ -111,11 +110,7 @@ Compacted compacted(std::string_view text, const std::vector<Change>& changes) {
             end_line(change.key, begin);
         }
     };
-    for (std::size_t i = 0; i < lines.size(); ++i) {
-        const Kept& line = lines[i];
-        if (!line.key.empty() && last_line[line.key] != i) {
-            continue;
-        }
+    for (const Kept& line : lines) {
         if (line.change != nullptr) {
             write_change(*line.change);
             continue;
@@ -128,9 +123,9 @@ Compacted compacted(std::string_view text, const std::vector<Change>& changes) {
             end_line(line.key, begin);
         }
     }
-    for (const Change& change : changes) {
-        if (last_line.count(change.key) == 0) {
-            write_change(change);
+    for (std::size_t i = 0; i < changes.size(); ++i) {
+        if (!has_place[i]) {
+            write_change(changes[i]);
         }
     }
     result.layout.text_end = result.text.size();

@@ -68,6 +68,8 @@ using UseEntry = std::function<std::optional<Line>(Entry&&, Line)>;
 /// Reads a file's text, to which the entries then refer; a last line without a line feed counts too.
 Layout read_layout(std::string_view text, const UseEntry& use);
 
+// What follows is seldom called: `cold` has it built for its size, not its speed.
+
 /// A file's text after changes, with nothing dead but one blank line of each gap, and where its entries are. The keys
 /// are parts of the text and of the changes that it was made from.
 struct Compacted {
@@ -76,7 +78,8 @@ struct Compacted {
     Layout layout;
 };
 
-/// A changed entry keeps its place, a new one goes to the end in the order given.
+/// A changed entry keeps its place, a new one goes to the end in the order given. REQUIRES: of a key's lines all but
+/// the last are withdrawn.
 [[gnu::cold]] Compacted compacted(std::string_view text, const std::vector<Change>& changes);
 
 /// The lines of entries, as they are written.

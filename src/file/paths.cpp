@@ -27,7 +27,7 @@ constexpr const char* user_directory = "/zelva/settings";
 /// their caller chooses.
 std::string environment(const char* name) {
     const char* value = secure_getenv(name);
-    return value == nullptr ? std::string() : std::string(value);
+    return value == nullptr ? "" : value;
 }
 
 [[noreturn]] void fail(int error, const char* what) {
@@ -41,7 +41,7 @@ std::string home_of_user() {
         passwd* found = nullptr;
         const int error = getpwuid_r(geteuid(), &entry, buffer.data(), buffer.size(), &found);
         if (error == 0) {
-            return found == nullptr ? std::string() : std::string(found->pw_dir);
+            return found == nullptr ? "" : found->pw_dir;
         }
         if (error != ERANGE && error != EINTR) {
             fail(error, "user database");
@@ -70,7 +70,10 @@ std::string chosen_directory() {
     if (!is_absolute(home)) {
         home = home_of_user();
     }
-    return is_absolute(home) ? home + "/.config" + user_directory : system_directory;
+    if (!is_absolute(home)) {
+        return system_directory;
+    }
+    return home + "/.config" + user_directory;
 }
 
 /// Absolute, so that the stores stay where they are when the program changes its working directory.

@@ -58,7 +58,7 @@ SharedState::ReadLock::ReadLock(const SharedState& state, bool wait)
     : file_(system::open(state.path_.c_str(), O_RDONLY | open_flags)) {
     if (file_.is_open()) {
         const int error = set_lock(file_, F_RDLCK, wait);
-        is_refused_ = error == EAGAIN || error == EACCES;
+        is_refused_ = !wait && (error == EAGAIN || error == EACCES);
     }
 }
 

@@ -210,7 +210,7 @@ void StoreFile::tidy(Layout& layout, Stamp& stamp) {
 }
 
 bool StoreFile::is_untidy(const Layout& layout) const {
-    return file_.is_open() && !is_distrusted_ && layout.size > layout.text_end && !layout.is_unterminated;
+    return file_.is_open() && !is_distrusted_ && layout.size > layout.text_end;
 }
 
 template <class Work>

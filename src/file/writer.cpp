@@ -40,7 +40,8 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
     }
     std::vector<std::string> texts_apart;
     if (size < sector_size && changes.size() > 1) {
-        texts_apart = std::exchange(texts, {lines_of(changes.data(), changes.data() + changes.size())});
+        texts_apart = std::move(texts);
+        texts.assign(1, lines_of(changes.data(), changes.data() + changes.size()));
     }
     make_room(layout_.replaced, 2 * changes.size());
 
@@ -207,8 +208,10 @@ int Writer::reuse(std::string_view text, const std::vector<Change>& changes, std
     int error = 0;
     bool has_marked = false;
     for (std::size_t i = 0; i + 1 < changes.size() && error == 0; ++i) {
-        has_marked = has_marked || changes[i].line;
-        error = changes[i].line ? mark(*changes[i].line) : 0;
+        if (changes[i].line) {
+            has_marked = true;
+            error = mark(*changes[i].line);
+        }
     }
     if (error == 0) {
         error = flush();
@@ -268,7 +271,8 @@ int Writer::withdraw(const Line& line, bool is_durable) {
     for (ssize_t count = 0; count != 1;) {
         count = system::pread(file_.number(), &first, 1, static_cast<off_t>(line.offset));
         if (count == 0) {
-            return EIO;  // a person has cut the file off
+            has_failed_to_undo_ = true;  // a person has cut the file off: it is to be read again
+            return EIO;
         }
         if (count < 0 && errno != EINTR) {
             return errno;

@@ -160,9 +160,7 @@ void Entries::prepare(std::string_view name) {
 
 void Entries::put(std::string_view name, Held held) {
     const auto [key, slot] = parsed(name);
-    if (Record* const record = record_of(key)) {
-        record->at(slot) = std::move(held);
-    }
+    record_of(key)->at(slot) = std::move(held);
 }
 
 void Entries::give_back(std::string_view name) {

@@ -49,8 +49,8 @@ class Entries {
     /// By its name.
     Held* find(std::string_view name);
 
-    /// Makes room for an entry of this name; it comes to be with put(), which then cannot fail, or the room is given
-    /// back.
+    /// Makes room for an entry of this name; it comes to be with put(), which cannot fail, or the room is given back.
+    /// An entry that there is needs none.
     void prepare(std::string_view name);
     void put(std::string_view name, Held held);
     void give_back(std::string_view name);

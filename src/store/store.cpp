@@ -33,7 +33,7 @@ zelva_core_status Store::open(std::string_view name) {
     if (contents_) {
         return ZELVA_CORE_STATUS_ALLOC_FAILED;
     }
-    Contents contents{};
+    Contents contents;
     contents.file = kind_ == file::Kind::settings
                         ? std::make_shared<file::StoreFile>(*path, file::shared_state_path(name))
                         : std::make_shared<file::StoreFile>(*path);
@@ -91,7 +91,7 @@ zelva_core_status Store::read_again(ReadLock& lock) {
         // Where the file is being changed, a thread of this program may have read it for that, and there is nothing to
         // wait for. To ask again and again has no end with many programs that write.
         const bool may_wait = attempt == most_attempts;
-        Contents fresh{};
+        Contents fresh;
         const std::optional<zelva_core_status> status =
             load(*file, may_wait ? file::StoreFile::Access::waiting : file::StoreFile::Access::at_once, fresh);
         if (!status) {
@@ -161,9 +161,6 @@ zelva_core_status Store::look_up(ReadLock& lock, std::string_view key, Slot slot
 }
 
 zelva_core_status Store::find(std::string_view key, Slot slot, Type type, const value::Packed*& found) const {
-    if (is_reserved(key)) {
-        return ZELVA_CORE_STATUS_INVALID_PARAMS;
-    }
     if (!contents_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;
     }
@@ -219,7 +216,7 @@ zelva_core_status SettingsStore::change(Rules&& rules) {
 }
 
 zelva_core_status SettingsStore::reload(file::StoreFile::Access access) {
-    Contents fresh{};
+    Contents fresh;
     if (const zelva_core_status status = *load(*contents_->file, access, fresh)) {
         return status;
     }
@@ -282,10 +279,13 @@ zelva_core_status SettingsStore::remove(std::string_view key) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
     return change([&] {
-        return contents_->entries->find(key, Slot::value) == nullptr
-                   ? ZELVA_CORE_STATUS_SETTING_NOT_PRESENT
-                   : commit({change_of(key, Slot::value, std::nullopt),
-                             change_of(key, Slot::default_value, std::nullopt)});
+        if (contents_->entries->find(key, Slot::value) == nullptr) {
+            return ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
+        }
+        std::vector<file::Change> changes;
+        changes.push_back(change_of(key, Slot::value, std::nullopt));
+        changes.push_back(change_of(key, Slot::default_value, std::nullopt));
+        return commit(changes);
     });
 }
 
@@ -519,9 +519,10 @@ zelva_core_status SettingsStore::clear_default(std::string_view key) {
             return status;
         }
     }
-    return contents_->entries->find(key, Slot::default_value) == nullptr
-               ? ZELVA_CORE_STATUS_NO_ERROR
-               : commit({change_of(key, Slot::default_value, std::nullopt)});
+    if (contents_->entries->find(key, Slot::default_value) == nullptr) {
+        return ZELVA_CORE_STATUS_NO_ERROR;
+    }
+    return commit(std::vector(1, change_of(key, Slot::default_value, std::nullopt)));
 }
 
 zelva_core_status SettingsStore::versions(unsigned& stored, unsigned& announced) const {

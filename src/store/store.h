@@ -110,7 +110,8 @@ class Store {
     /// As find, of what the file now holds. `lock` is on memory_.
     zelva_core_status look_up(ReadLock& lock, std::string_view key, Slot slot, Type type, const value::Packed*& found);
 
-    /// Finds the value in a slot of a key of the given type. REQUIRES: memory_ or writing_ is held.
+    /// Finds the value in a slot of a key of the given type. REQUIRES: memory_ or writing_ is held, and the key's name
+    /// is not reserved.
     zelva_core_status find(std::string_view key, Slot slot, Type type, const value::Packed*& found) const;
 
     /// Held by who opens, closes or changes the store, also while waiting for the disk.

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cmath>
 #include <limits>
 #include <system_error>
 
@@ -30,15 +29,13 @@ bool begins_in_digits(std::string_view text) {
     return !text.empty() && is_digit(text[0]);
 }
 
-/// Whether the decimal `number`, which no double holds, lies between -1 and 1: too small, then, not too large.
+/// Whether the decimal `number`, which no double holds, lies between -1 and 1: too small, then, not too large. It is
+/// not 0.
 bool is_below_one(std::string_view number) {
     const std::size_t mantissa_end = std::min(number.find_first_of("eE"), number.size());
     const std::string_view mantissa = number.substr(0, mantissa_end);
     const std::size_t point = std::min(mantissa.find('.'), mantissa.size());
     const std::size_t first = mantissa.find_first_of("123456789");
-    if (first == std::string_view::npos) {
-        return true;
-    }
     // The power of ten of the first digit that is not zero.
     const auto distance = static_cast<long long>(point) - static_cast<long long>(first);
     const long long power = distance > 0 ? distance - 1 : distance;
@@ -77,9 +74,6 @@ std::optional<double> read_double(std::string_view text) {
             return std::nullopt;
         }
         return text[0] == '-' ? -0.0 : 0.0;
-    }
-    if (read.ec != std::errc() || !std::isfinite(number)) {
-        return std::nullopt;
     }
     return number;
 }

@@ -117,17 +117,15 @@ struct Text<std::vector<Element>> {
 
     static std::optional<std::vector<Element>> read(std::string_view text) {
         std::vector<Element> elements;
-        while (!text.empty() || !elements.empty()) {
+        for (bool is_next = !text.empty(); is_next;) {
             const std::size_t end = ElementText<Element>::find_separator(text);
             auto element = ElementText<Element>::read(trimmed(text.substr(0, end)));
             if (!element) {
                 return std::nullopt;
             }
             elements.push_back(*std::move(element));
-            if (end == std::string_view::npos) {
-                break;
-            }
-            text.remove_prefix(end + 1);
+            is_next = end != std::string_view::npos;
+            text.remove_prefix(is_next ? end + 1 : text.size());
         }
         return elements;
     }

@@ -1,4 +1,7 @@
 // The configuration store.
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <filesystem>
 #include <string>
 
@@ -85,6 +88,19 @@ BOOST_AUTO_TEST_CASE(both_stores_of_one_name_are_open_side_by_side) {
 BOOST_AUTO_TEST_CASE(a_file_of_nothing_but_comments_is_an_empty_store) {
     const OpenConfiguration store("# nothing\n");
     BOOST_CHECK(!zelva_core_configuration_does_key_exist("k"));
+}
+
+BOOST_AUTO_TEST_CASE(a_forked_child_reads_the_store_that_its_parent_has_open) {
+    const OpenConfiguration store("k = I7\n");
+    const pid_t child = fork();
+    if (child == 0) {
+        int number = 0;
+        _exit(zelva_core_configuration_get_int_value("k", &number) == ZELVA_CORE_STATUS_NO_ERROR ? number : 0);
+    }
+    int status = -1;
+    BOOST_REQUIRE_EQUAL(child, waitpid(child, &status, 0));
+    BOOST_CHECK(WIFEXITED(status));
+    BOOST_CHECK_EQUAL(7, WEXITSTATUS(status));
 }
 
 BOOST_AUTO_TEST_SUITE_END()

@@ -200,6 +200,12 @@ void warm_up() {
     set("warm", 2);
 }
 
+/// The file has grown by a page, in which "k" then gets its next line.
+void leave_replaced() {
+    set("warm", text_of(400));
+    set("k", 3);
+}
+
 void set_relaxed() {
     warm_up();
     zelva_core_settings_set_durability(ZELVA_CORE_DURABILITY_RELAXED);
@@ -212,6 +218,10 @@ const std::vector<Scenario>& scenarios() {
         const std::string file = "# a comment\nk = I1\nDEFAULT_k = I7\nother = Sx\n";
         const auto set_k = [] { return set("k", 2); };
         const auto set_new = [] { return set("new", 2); };
+        const auto announce = [] {
+            unsigned version = 0;
+            return zelva_core_settings_get_and_set_version(&version, 5);
+        };
         const auto delete_k = [] { return zelva_core_settings_delete_key("k"); };
         const auto set_text = [](const char* key, std::size_t size) { return [=] { return set(key, text_of(size)); }; };
         const std::vector<Scenario> common{
@@ -226,11 +236,7 @@ const std::vector<Scenario>& scenarios() {
             {"delete", file, delete_k},
             {"delete of a key with several lines", "k = I5\nk = I4\n" + file, delete_k},
             {"copy", file, [] { return zelva_core_settings_copy_string_key("other", "new"); }},
-            {"version", file,
-             [] {
-                 unsigned version = 0;
-                 return zelva_core_settings_get_and_set_version(&version, 5);
-             }},
+            {"version", file, announce},
             {"sync", file, [] { return zelva_core_settings_sync(); }},
             {"reload", file, [] { return zelva_core_settings_reload(); }},
             {"close", file, [] { return zelva_core_settings_deinit(); }},
@@ -253,6 +259,9 @@ const std::vector<Scenario>& scenarios() {
             {"delete beside a line without its line feed", file + "last = I1", delete_k},
             {"set behind damage", file + "l = I\0\0\0"s, set_k},
             {"set that makes the file grow", file + almost_page, set_new, warm_up},
+            {"close with a replaced line in another page", file + almost_page,
+             [] { return zelva_core_settings_deinit(); }, leave_replaced},
+            {"version with a replaced line in another page", file + almost_page, announce, leave_replaced},
             {"get of what another program has set", file,
              [] {
                  int number = 0;

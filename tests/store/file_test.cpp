@@ -1,4 +1,5 @@
 // The file of a store: what a write leaves in it, where it is, and what can stand in its way.
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -166,6 +167,17 @@ BOOST_AUTO_TEST_CASE(the_folder_is_created_for_its_owner_alone_when_a_store_is_o
     BOOST_CHECK_EQUAL("DEFAULT_k = I1\nk = I1\n", OpenStore::file());
     zelva_core_settings_deinit();
     fs::remove(store_path());
+    // A user's folders lead to no other user's files.
+    const fs::path parent = fs::path(Folder::path()).parent_path();
+    fs::remove_all(parent);
+    fs::permissions(parent.parent_path(), fs::perms::all);
+    BOOST_CHECK(as_nobody([] { return zelva_core_settings_init("test") == ZELVA_CORE_STATUS_NO_ERROR; }));
+    BOOST_CHECK_EQUAL(0700U, mode_of(parent));
+    BOOST_CHECK_EQUAL(0700U, mode_of(Folder::path()));
+    fs::permissions(parent.parent_path(), fs::perms(0755));
+    fs::remove_all(parent);
+    fs::create_directories(Folder::path());
+    fs::permissions(Folder::path(), fs::perms::owner_all);
 }
 
 BOOST_AUTO_TEST_CASE(a_write_keeps_the_file_s_mode_and_owner) {
@@ -231,6 +243,35 @@ BOOST_AUTO_TEST_CASE(what_is_no_file_is_refused) {
     }
 }
 
+BOOST_AUTO_TEST_CASE(a_store_whose_lock_is_no_file_reads_and_is_not_written) {
+    const std::string lock = Folder::path() + "/.zelva/test";
+    fs::remove(lock);
+    BOOST_REQUIRE_EQUAL(0, mkfifo(lock.c_str(), 0600));
+    const OpenStore store("k = I1\n");
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 2));
+    BOOST_CHECK_EQUAL(Value(1), value_of("k"));
+    fs::remove(lock);
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+}
+
+BOOST_AUTO_TEST_CASE(an_edit_of_the_same_size_is_found_by_its_time) {
+    for (const bool is_same_second : {true, false}) {
+        const OpenStore store("k = I1\nl = I1\n");
+        struct stat before {};
+        BOOST_REQUIRE_EQUAL(0, stat(store_path().c_str(), &before));
+        write_file(store_path(), "k = I1\nl = I2\n");
+        timespec times[] = {before.st_atim, before.st_mtim};
+        if (is_same_second) {
+            times[1].tv_nsec += times[1].tv_nsec > 0 ? -1 : 1;
+        } else {
+            times[1].tv_sec += 1;
+        }
+        BOOST_REQUIRE_EQUAL(0, utimensat(AT_FDCWD, store_path().c_str(), times, 0));
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_copy_int_key("l", "copy"));
+        BOOST_CHECK_EQUAL(Value(2), value_of("copy"));
+    }
+}
+
 BOOST_AUTO_TEST_CASE(a_write_that_fails_changes_nothing_and_leaves_no_file_behind) {
     const OpenStore store("k = I1\n");
     const std::size_t files = files_in_folder();
@@ -265,6 +306,39 @@ BOOST_AUTO_TEST_CASE(a_folder_that_cannot_be_written_gives_a_store_that_reads) {
     }));
     BOOST_CHECK_EQUAL("k = I1\n", OpenStore::file());
     BOOST_REQUIRE_EQUAL(0, chmod(Folder::path().c_str(), 0700));
+}
+
+BOOST_AUTO_TEST_CASE(who_may_only_read_a_store_may_announce_the_version_that_it_has) {
+    const OpenStore store("k = I1\nVersion = I3\n");
+    BOOST_REQUIRE_EQUAL(0, chmod(store_path().c_str(), 0444));
+    BOOST_REQUIRE_EQUAL(0, chmod(Folder::path().c_str(), 0555));
+    BOOST_CHECK(as_nobody([] {
+        OpenStore::restart();
+        unsigned version = 0;
+        return zelva_core_settings_get_and_set_version(&version, 4) == ZELVA_CORE_STATUS_IO_FAILED && version == 0 &&
+               zelva_core_settings_get_and_set_version(&version, 3) == ZELVA_CORE_STATUS_NO_ERROR && version == 3;
+    }));
+    BOOST_REQUIRE_EQUAL(0, chmod(Folder::path().c_str(), 0700));
+}
+
+// As a program leaves it that has been killed when it had just made the file.
+BOOST_AUTO_TEST_CASE(who_may_only_read_a_store_reads_it_without_a_counter) {
+    const OpenStore store("k = I1\n");
+    const std::string shared_folder = Folder::path() + "/.zelva";
+    write_file(shared_folder + "/test", "");
+    BOOST_REQUIRE_EQUAL(0, chmod((shared_folder + "/test").c_str(), 0444));
+    BOOST_REQUIRE_EQUAL(0, chmod(store_path().c_str(), 0444));
+    for (const std::string& path : {Folder::path(), shared_folder}) {
+        BOOST_REQUIRE_EQUAL(0, chmod(path.c_str(), 0555));
+    }
+    BOOST_CHECK(as_nobody([] {
+        OpenStore::restart();
+        return value_of("k") == Value(1) && set("k", 2) == ZELVA_CORE_STATUS_IO_FAILED && value_of("k") == Value(1);
+    }));
+    for (const std::string& path : {Folder::path(), shared_folder}) {
+        BOOST_REQUIRE_EQUAL(0, chmod(path.c_str(), 0700));
+    }
+    fs::remove(shared_folder + "/test");
 }
 
 BOOST_AUTO_TEST_CASE(a_file_that_its_owner_has_made_read_only_is_not_written) {

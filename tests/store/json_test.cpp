@@ -165,7 +165,11 @@ BOOST_AUTO_TEST_CASE(what_is_not_a_string_is_refused) {
 }
 
 BOOST_AUTO_TEST_CASE(what_is_not_unicode_is_refused) {
-    for (const char* text : {"\"\x80\"",
+    for (const char* text : {"{\"\x80\":1}",
+                             "\"\xC3",
+                             "\"\xE2\x82",
+                             "\"\xF0\x9F\x98",
+                             "\"\x80\"",
                              "\"\xC0\x80\"",
                              "\"\xC1\xBF\"",
                              "\"\xC3\"",

@@ -1,9 +1,12 @@
 // When memory runs out: the first allocation of an operation fails, then the second, until none does. Each time the
 // operation says so, hands out nothing, and leaves the store and its file as they were, and the file free for others.
 //
-// A program of its own, since it stands in for the C library's allocation functions.
+// A program of its own, since it stands in for functions of the C library.
 #include <fcntl.h>
+#include <pwd.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <zelva/debug.h>
@@ -22,6 +25,7 @@
 #include <string>
 #include <utility>
 
+#include "interposed.h"
 #include "support.h"
 
 // glibc's own names for the functions that are replaced here.
@@ -36,6 +40,12 @@ namespace {
 /// The number of allocations up to the one that fails; 0 when none is to.
 std::size_t countdown = 0;
 bool has_failed = false;
+
+/// Whether no file can be mapped.
+bool maps_fail = false;
+
+/// What becomes of the next look-ups in the user database, the first one at the end.
+std::vector<int> user_database_errors;
 
 bool fails() {
     if (countdown == 0 || --countdown > 0) {
@@ -57,6 +67,23 @@ void* calloc(std::size_t count, std::size_t size) {
 }
 void* realloc(void* memory, std::size_t size) {
     return fails() ? nullptr : __libc_realloc(memory, size);
+}
+void* mmap(void* address, std::size_t size, int protection, int flags, int file, off_t offset) noexcept {
+    if (maps_fail) {
+        errno = ENOMEM;
+        return MAP_FAILED;
+    }
+    // NOLINTNEXTLINE(performance-no-int-to-ptr)
+    return reinterpret_cast<void*>(syscall(SYS_mmap, address, size, protection, flags, file, offset));
+}
+int getpwuid_r(uid_t user, passwd* entry, char* buffer, std::size_t size, passwd** found) {
+    if (!user_database_errors.empty()) {
+        *found = nullptr;
+        const int error = user_database_errors.back();
+        user_database_errors.pop_back();
+        return error;
+    }
+    return real<decltype(getpwuid_r)>("getpwuid_r")(user, entry, buffer, size, found);
 }
 }
 
@@ -198,6 +225,52 @@ BOOST_AUTO_TEST_CASE(the_first_call_of_a_process_may_find_no_memory) {
             }
         }
     }
+}
+
+// So does this, and the next one.
+BOOST_AUTO_TEST_CASE(the_first_call_of_a_process_may_not_find_the_user_s_home) {
+    const struct {
+        std::vector<int> errors;
+        zelva_core_status status;
+    } situations[] = {{{0}, ZELVA_CORE_STATUS_NO_ERROR},  // it does not know the user
+                      {{}, ZELVA_CORE_STATUS_NO_ERROR},
+                      {{ERANGE, EINTR, ERANGE}, ZELVA_CORE_STATUS_NO_ERROR},
+                      {{EIO}, ZELVA_CORE_STATUS_IO_FAILED},
+                      {{ENOMEM, ERANGE}, ZELVA_CORE_STATUS_ALLOC_FAILED}};
+    for (const auto& situation : situations) {
+        const pid_t child = fork();
+        if (child == 0) {
+            for (const char* name : {"ZELVA_CORE_SETTINGS_DIR", "XDG_CONFIG_HOME", "HOME"}) {
+                unsetenv(name);
+            }
+            user_database_errors = situation.errors;
+            constexpr uid_t nobody = 65534;
+            const bool is_user = geteuid() != 0 || setresuid(nobody, nobody, nobody) == 0;
+            const bool passed = zelva_core_init() == situation.status && user_database_errors.empty();
+            _exit(is_user && passed ? 0 : 1);
+        }
+        int status = -1;
+        BOOST_REQUIRE_EQUAL(child, waitpid(child, &status, 0));
+        BOOST_CHECK(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    }
+}
+
+BOOST_AUTO_TEST_CASE(the_first_call_of_a_process_may_not_find_its_working_directory) {
+    const pid_t child = fork();
+    if (child == 0) {
+        const std::string folder = Folder::path() + "/gone";
+        setenv("ZELVA_CORE_SETTINGS_DIR", "here", 1);
+        const bool is_gone =
+            mkdir(folder.c_str(), S_IRWXU) == 0 && chdir(folder.c_str()) == 0 && rmdir(folder.c_str()) == 0;
+        int number = 0;
+        _exit(is_gone && zelva_core_settings_init("test") == ZELVA_CORE_STATUS_IO_FAILED &&
+                      zelva_core_settings_get_int_value("k", &number) == ZELVA_CORE_STATUS_NOT_INITIALIZED
+                  ? 0
+                  : 1);
+    }
+    int status = -1;
+    BOOST_REQUIRE_EQUAL(child, waitpid(child, &status, 0));
+    BOOST_CHECK(WIFEXITED(status) && WEXITSTATUS(status) == 0);
 }
 
 BOOST_AUTO_TEST_CASE(a_get_that_finds_no_memory_hands_out_nothing) {
@@ -644,6 +717,18 @@ BOOST_AUTO_TEST_CASE(a_write_that_finds_no_memory_for_what_programs_share_change
         BOOST_CHECK_EQUAL(has_failed ? ZELVA_CORE_STATUS_ALLOC_FAILED : ZELVA_CORE_STATUS_NO_ERROR, status);
         BOOST_CHECK_EQUAL(Value(has_failed ? 1 : 2), value_of("k"));
     }
+    BOOST_CHECK(is_at_rest());
+}
+
+BOOST_AUTO_TEST_CASE(a_store_whose_counter_cannot_be_mapped_reads_and_is_not_written) {
+    maps_fail = true;
+    const OpenStore store("k = I1\n");
+    BOOST_CHECK_EQUAL(Value(1), value_of("k"));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_ALLOC_FAILED, set("k", 2));
+    write_file(store_path(), "k = I10\n");
+    BOOST_CHECK_EQUAL(Value(10), value_of("k"));
+    maps_fail = false;
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
     BOOST_CHECK(is_at_rest());
 }
 

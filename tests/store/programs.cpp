@@ -97,7 +97,10 @@ Program::Program(const std::function<void()>& prepare) {
 }
 
 Program::~Program() {
-    kill(process_, SIGKILL);
+    shutdown(socket_, SHUT_WR);
+    if (!has_finished(1000)) {
+        kill(process_, SIGKILL);
+    }
     waitpid(process_, nullptr, 0);
     close(socket_);
 }

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "support.h"
+#include "value/text.h"
 
 using namespace std::string_literals;
 
@@ -303,6 +304,21 @@ BOOST_AUTO_TEST_CASE(numbers_do_not_depend_on_the_locale, *boost::unit_test::pre
         BOOST_CHECK_EQUAL("c = D1,5\nk = D2.25\nDEFAULT_j = J0.5\nj = J0.5\n", OpenStore::file());
     }
     std::setlocale(LC_ALL, "C");
+}
+
+// A store takes strings as they stand, without this.
+BOOST_AUTO_TEST_CASE(the_text_of_any_value_is_read_as_an_equal_value) {
+    for (const TypeFunctions& type : types()) {
+        for (const Value& value : {type.first, type.second}) {
+            std::string text;
+            zelva::value::write_value(value, text);
+            const std::optional<Value> read = zelva::value::read_value(text);
+            BOOST_REQUIRE(read.has_value());
+            BOOST_CHECK_EQUAL(value, *read);
+        }
+    }
+    BOOST_CHECK(!zelva::value::read_value("").has_value());
+    BOOST_CHECK(!zelva::value::read_value("X").has_value());
 }
 
 BOOST_AUTO_TEST_SUITE_END()

@@ -224,6 +224,10 @@ BOOST_AUTO_TEST_CASE(a_store_that_is_not_open_refuses_every_operation) {
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NOT_INITIALIZED, zelva_core_settings_delete_key("k"));
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NOT_INITIALIZED, zelva_core_settings_get_and_set_version(&old_version, 1));
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NOT_INITIALIZED, zelva_core_settings_get_versions(&old_version, &new_version));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NOT_INITIALIZED, zelva_core_settings_sync());
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NOT_INITIALIZED, zelva_core_settings_reload());
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NOT_INITIALIZED,
+                      zelva_core_settings_set_durability(ZELVA_CORE_DURABILITY_RELAXED));
     BOOST_CHECK_EQUAL(7U, old_version);
     BOOST_CHECK_EQUAL(7U, new_version);
     BOOST_CHECK(!zelva_core_settings_does_key_exist("k"));
@@ -241,6 +245,15 @@ BOOST_AUTO_TEST_CASE(a_second_init_leaves_the_open_store_as_it_is) {
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_ALLOC_FAILED, zelva_core_settings_init("other"));
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_INVALID_PARAMS, zelva_core_settings_init("CONFIG_test"));
     BOOST_CHECK_EQUAL(Value(1), value_of("k"));
+}
+
+BOOST_AUTO_TEST_CASE(there_are_two_kinds_of_durability) {
+    const OpenStore store;
+    for (int number = -1; number < 4; ++number) {
+        const bool is_one = number == ZELVA_CORE_DURABILITY_FULL || number == ZELVA_CORE_DURABILITY_RELAXED;
+        BOOST_CHECK_EQUAL(is_one ? ZELVA_CORE_STATUS_NO_ERROR : ZELVA_CORE_STATUS_INVALID_PARAMS,
+                          zelva_core_settings_set_durability(static_cast<zelva_core_durability>(number)));
+    }
 }
 
 BOOST_AUTO_TEST_CASE(stopping_the_library_closes_both_stores) {
@@ -550,6 +563,15 @@ BOOST_AUTO_TEST_CASE(the_old_version_tells_what_there_is_to_migrate) {
             BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_SETTING_NOT_PRESENT, get_default("Version").status);
         }
     }
+}
+
+BOOST_AUTO_TEST_CASE(the_version_never_comes_by_a_default) {
+    const OpenStore store("k = I1\nDEFAULT_Version = I9\n");
+    unsigned old_version = 7;
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_and_set_version(&old_version, 3));
+    BOOST_CHECK_EQUAL(0U, old_version);
+    BOOST_CHECK_EQUAL("k = I1\nVersion = I3\n", OpenStore::file());
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_SETTING_NOT_PRESENT, get_default("Version").status);
 }
 
 BOOST_AUTO_TEST_CASE(a_version_key_of_another_type_is_left_alone) {

@@ -1,0 +1,502 @@
+// What happens between two calls of the system, and calls that end as they hardly ever do: a person edits the file just
+// when the store has looked at it, the disk writes nothing at all, a folder appears that is about to be made.
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "file/layout.h"
+#include "file/writer.h"
+#include "programs.h"
+#include "support.h"
+#include "watched_system.h"
+
+using namespace std::string_literals;
+using watched::before_call;
+using watched::Call;
+using watched::Fate;
+
+namespace {
+
+namespace fs = std::filesystem;
+namespace file = zelva::file;
+
+/// Interferes with calls of the system for as long as it lives.
+class Interference {
+  public:
+    /// Gives all calls of a name this fate.
+    Interference(const std::string& name, Fate fate)
+        : Interference([name, fate](const Call& call) { return name == call.name ? fate : Fate{}; }) {}
+
+    /// Does this once, before the first call of a name.
+    Interference(const std::string& name, std::function<void()> action)
+        : Interference([name, action = std::move(action), is_done = false](const Call& call) mutable {
+              if (name == call.name && !std::exchange(is_done, true)) {
+                  action();
+              }
+              return Fate{};
+          }) {}
+
+    explicit Interference(std::function<Fate(const Call&)> fate) { before_call = std::move(fate); }
+    ~Interference() { before_call = nullptr; }
+    Interference(const Interference&) = delete;
+    Interference& operator=(const Interference&) = delete;
+};
+
+std::string shared_state_path() {
+    return Folder::path() + "/.zelva/test";
+}
+
+/// Lines that make a compaction due.
+std::string dead_lines() {
+    std::string text;
+    for (int i = 0; i < 100; ++i) {
+        text += "=ld = S" + std::string(60, 'x') + "\n";
+    }
+    return text;
+}
+
+/// What a program leaves that dies in the middle of a change which nobody has seen yet.
+void leave_change_unfinished() {
+    std::string page = read_file(shared_state_path());
+    std::uint64_t counter = 0;
+    std::memcpy(&counter, page.data(), sizeof counter);
+    counter = (counter | 1U) + 2;
+    std::memcpy(page.data(), &counter, sizeof counter);
+    std::fstream(shared_state_path(), std::ios::binary | std::ios::in | std::ios::out) << page;
+}
+
+}  // namespace
+
+BOOST_AUTO_TEST_SUITE(between_calls)
+
+BOOST_AUTO_TEST_CASE(a_file_that_grows_while_it_is_read_is_read_to_its_end) {
+    write_file(configuration_path(), "k = I1\n");
+    {
+        const Interference interference("pread", [] {
+            std::ofstream(configuration_path(), std::ios::app) << '#' << std::string(100'000, '.') << "\nl = I2\n";
+        });
+        BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_configuration_init("test"));
+    }
+    int number = 0;
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_configuration_get_int_value("l", &number));
+    BOOST_CHECK_EQUAL(2, number);
+    zelva_core_configuration_deinit();
+    fs::remove(configuration_path());
+}
+
+BOOST_AUTO_TEST_CASE(a_file_of_two_gibibytes_is_refused_before_any_of_it_is_read) {
+    for (const std::uintmax_t size : {std::uintmax_t{INT_MAX}, std::uintmax_t{1} << 31U, std::uintmax_t{1} << 40U}) {
+        write_file(configuration_path(), "");
+        fs::resize_file(configuration_path(), size);
+        bool is_read = false;
+        const Interference interference("pread", [&] { is_read = true; });
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_configuration_init("test"));
+        BOOST_CHECK(!is_read);
+    }
+    fs::remove(configuration_path());
+}
+
+BOOST_AUTO_TEST_CASE(a_file_does_not_become_longer_than_two_gibibytes) {
+    const file::Descriptor none;
+    file::Layout layout;
+    layout.size = INT_MAX - 8000;
+    file::Writer writer(none, layout, ZELVA_CORE_DURABILITY_FULL);
+    bool is_placed = false;
+    BOOST_CHECK_EQUAL(EFBIG,
+                      writer.put({{"k", Value(1), {}}}, [&](std::string_view, file::Line) { is_placed = true; }));
+    BOOST_CHECK(!is_placed);
+    BOOST_CHECK_EQUAL(INT_MAX - 8000, layout.size);
+}
+
+BOOST_AUTO_TEST_CASE(a_write_of_no_bytes_is_an_error_and_not_tried_forever) {
+    const TimeLimit limit;
+    const OpenStore store("k = I1\n");
+    {
+        const Interference interference("pwrite", Fate{0, 0});
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 2));
+    }
+    BOOST_CHECK_EQUAL(Value(1), value_of("k"));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 3));
+    OpenStore::restart();
+    BOOST_CHECK_EQUAL(Value(3), value_of("k"));
+}
+
+BOOST_AUTO_TEST_CASE(a_key_is_not_deleted_from_a_file_that_a_person_has_just_cut_off) {
+    const OpenStore store("k = I1\n");
+    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    {
+        const Interference interference("pread", [] { fs::resize_file(store_path(), 0); });
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_settings_delete_key("k"));
+    }
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("l", 1));
+    BOOST_CHECK(keys() == Strings{"l"});
+    OpenStore::restart();
+    BOOST_CHECK(keys() == Strings{"l"});
+}
+
+BOOST_AUTO_TEST_CASE(an_edit_just_before_the_file_is_opened_is_not_written_over) {
+    const OpenStore store("k = I1\n");
+    {
+        const Interference interference("open", [] { write_file(store_path(), "k = I1\nl = I5\n"); });
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 2));
+    }
+    BOOST_CHECK_EQUAL("k = I1\nl = I5\n", OpenStore::file());
+    BOOST_CHECK_EQUAL(Value(1), value_of("k"));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 3));
+    BOOST_CHECK_EQUAL(Value(5), value_of("l"));
+}
+
+// An edit that neither the file's size nor its time tells of can be missed, but not be lost.
+BOOST_AUTO_TEST_CASE(a_compaction_keeps_an_edit_of_the_same_size_and_time) {
+    const OpenStore store("k = I1\nname = I7\n" + dead_lines());
+    {
+        const Interference interference("open", [] {
+            struct stat before {};
+            BOOST_REQUIRE_EQUAL(0, stat(store_path().c_str(), &before));
+            std::fstream(store_path(), std::ios::binary | std::ios::in | std::ios::out) << "k = I1\neman = I8\n";
+            const timespec times[] = {before.st_atim, before.st_mtim};
+            BOOST_REQUIRE_EQUAL(0, utimensat(AT_FDCWD, store_path().c_str(), times, 0));
+        });
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    }
+    BOOST_CHECK_EQUAL("k = I2\neman = I8\n", OpenStore::file());
+    OpenStore::restart();
+    BOOST_CHECK(keys() == (Strings{"eman", "k"}));
+    BOOST_CHECK_EQUAL(Value(2), value_of("k"));
+}
+
+// The usual place of the counter is taken, so that only the file itself tells whether it changes.
+BOOST_AUTO_TEST_CASE(a_file_that_changes_all_the_time_is_read_all_the_same) {
+    const TimeLimit limit;
+    fs::remove_all(shared_state_path());
+    fs::create_directories(shared_state_path());
+    {
+        const OpenStore store("k = I1\n");
+        write_file(store_path(), "k = I10\n");
+        int number = 10;
+        {
+            const Interference interference([&number](const Call& call) {
+                if (call.name == "open"s) {
+                    write_file(store_path(), "k = I" + std::to_string(++number) + "\n");
+                }
+                return Fate{};
+            });
+            BOOST_CHECK_EQUAL(Value(number), value_of("k"));
+        }
+        BOOST_CHECK_GT(number, 11);
+        BOOST_CHECK_EQUAL(Value(number), value_of("k"));
+    }
+    fs::remove(shared_state_path());
+}
+
+BOOST_AUTO_TEST_CASE(a_set_makes_the_folder_again_where_it_can) {
+    for (const int error : {0, EACCES}) {
+        const OpenStore store("k = I1\n");
+        fs::remove_all(Folder::path());
+        {
+            const Interference interference("mkdir", Fate{error});
+            BOOST_CHECK_EQUAL(error == 0 ? ZELVA_CORE_STATUS_NO_ERROR : ZELVA_CORE_STATUS_IO_FAILED, set("l", 2));
+        }
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("l", 3));
+        OpenStore::restart();
+        BOOST_CHECK(keys() == Strings{"l"});
+    }
+}
+
+BOOST_AUTO_TEST_CASE(a_store_without_a_folder_opens_whatever_fails_and_is_written_later) {
+    for (const int error : {EIO, EACCES, ENOSPC}) {
+        bool is_reached = true;
+        for (std::size_t n = 1; is_reached; ++n) {
+            fs::remove_all(fs::path(Folder::path()).parent_path());
+            std::size_t number = 0;
+            {
+                const Interference interference([&](const Call&) { return Fate{++number == n ? error : 0}; });
+                zelva_core_settings_init("test");
+            }
+            is_reached = number >= n;
+            zelva_core_settings_init("test");
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 1));
+            OpenStore::restart();
+            BOOST_CHECK_EQUAL(Value(1), value_of("k"));
+            zelva_core_settings_deinit();
+        }
+    }
+}
+
+BOOST_AUTO_TEST_CASE(another_program_may_make_each_folder_just_before) {
+    fs::remove_all(fs::path(Folder::path()).parent_path());
+    const std::vector<fs::path> folders{fs::path(Folder::path()).parent_path(), Folder::path(),
+                                        Folder::path() + "/.zelva"};
+    std::size_t made = 0;
+    {
+        const Interference interference([&](const Call& call) {
+            if (call.name == "mkdir"s) {
+                fs::create_directory(folders.at(made++));
+            }
+            return Fate{};
+        });
+        BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+    }
+    BOOST_CHECK_EQUAL(folders.size(), made);
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 1));
+    zelva_core_settings_deinit();
+    fs::remove(store_path());
+}
+
+BOOST_AUTO_TEST_CASE(a_removed_lock_whose_place_cannot_be_looked_at_is_not_taken) {
+    const OpenStore store("k = I1\n");
+    fs::remove(shared_state_path());
+    {
+        const Interference interference("stat", Fate{EIO});
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 2));
+    }
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 3));
+    BOOST_CHECK(fs::exists(shared_state_path()));
+}
+
+// A get waits for the lock of a program that is changing the file, where there is a lock to be had.
+BOOST_AUTO_TEST_CASE(a_get_does_without_a_lock_that_cannot_be_taken) {
+    const TimeLimit limit;
+    for (const char* name : {"open", "lock"}) {
+        for (const int error : {EACCES, EAGAIN, EINTR, ENOLCK, EMFILE}) {
+            const OpenStore store("k = I1\n");
+            leave_change_unfinished();
+            int failures = 0;
+            const Interference interference([&](const Call& call) {
+                // The first file that is opened is that of the lock.
+                const bool is_failing =
+                    name == std::string(call.name) && (failures == 0 || (name == "lock"s && error != EINTR));
+                failures += is_failing ? 1 : 0;
+                return Fate{is_failing ? error : 0};
+            });
+            BOOST_CHECK_EQUAL(Value(1), value_of("k"));
+            BOOST_CHECK_GT(failures, 0);
+        }
+    }
+}
+
+BOOST_AUTO_TEST_CASE(what_another_program_has_changed_and_cannot_be_read_is_an_error_for_every_operation) {
+    const OpenStore store("k = I1\n");
+    BOOST_REQUIRE_EQUAL(0, result_of(start([] { return set("k", 2); })));
+    {
+        const Interference interference("open", Fate{EIO});
+        zelva_core_settings_type type{};
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_settings_get_type("k", &type));
+        int number = 0;
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_settings_get_int_value("k", &number));
+        BOOST_CHECK(zelva_core_settings_get_all_keys() == nullptr);
+        BOOST_CHECK(!zelva_core_settings_does_key_exist("k"));
+    }
+    BOOST_CHECK_EQUAL(Value(2), value_of("k"));
+}
+
+// Where two files cannot change places, the old one is gone when the folder fails to reach the disk.
+BOOST_AUTO_TEST_CASE(a_file_that_was_replaced_for_good_is_found_by_the_next_write) {
+    const OpenStore store("k = I1\n" + dead_lines());
+    {
+        int renames = 0;
+        const Interference interference([&renames](const Call& call) {
+            renames += call.name == "renameat2"s ? 1 : 0;
+            const bool is_exchange = call.name == "renameat2"s && renames == 1;
+            const bool is_folder = call.name == "fsync"s && renames > 0;
+            return Fate{is_exchange ? EINVAL : is_folder ? EIO : 0};
+        });
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 2));
+        BOOST_CHECK_EQUAL(2, renames);
+    }
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("l", 3));
+    OpenStore::restart();
+    BOOST_CHECK_EQUAL(Value(2), value_of("k"));
+    BOOST_CHECK_EQUAL(Value(3), value_of("l"));
+}
+
+BOOST_AUTO_TEST_CASE(a_close_leaves_many_replaced_lines_to_whoever_opens_the_store_next) {
+    constexpr int sets = 1500;
+    const OpenStore store("#" + std::string(40'000, '.') + "\nk = I0\n");
+    zelva_core_settings_set_durability(ZELVA_CORE_DURABILITY_RELAXED);
+    for (int i = 1; i <= sets; ++i) {
+        BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", i));
+    }
+    zelva_core_settings_set_durability(ZELVA_CORE_DURABILITY_FULL);
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", sets));  // brings them all to the disk
+    int writes = 0;
+    {
+        const Interference interference([&writes](const Call& call) {
+            writes += call.name == "pwrite"s ? 1 : 0;
+            return Fate{};
+        });
+        OpenStore::restart();
+    }
+    BOOST_CHECK_EQUAL(0, writes);
+    BOOST_CHECK_EQUAL(Value(sets), value_of("k"));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_delete_key("k"));
+    OpenStore::restart();
+    BOOST_CHECK(keys().empty());
+}
+
+// On a full disk, the room of withdrawn lines at the end of the file is taken first.
+BOOST_AUTO_TEST_CASE(a_set_is_refused_where_withdrawn_lines_cannot_be_cut_off_a_full_disk) {
+    std::string text = "k = I1\n#" + std::string(3000, '.') + "\n";
+    text += "=" + std::string(file::page_size - text.size() - 2, 'x') + "\n";
+    for (const char* name : {"ftruncate", "fdatasync"}) {
+        const OpenStore store(text);
+        {
+            bool is_full = false;
+            const Interference interference([&](const Call& call) {
+                is_full = is_full || (call.name == "pwrite"s && call.size >= file::page_size);
+                return Fate{call.name == "pwrite"s && is_full           ? ENOSPC
+                            : is_full && name == std::string(call.name) ? EIO
+                                                                        : 0};
+            });
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 2));
+            BOOST_CHECK(is_full);
+        }
+        BOOST_CHECK_EQUAL(Value(1), value_of("k"));
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 3));
+        OpenStore::restart();
+        BOOST_CHECK_EQUAL(Value(3), value_of("k"));
+    }
+}
+
+// A set on a full disk takes the place of withdrawn lines: of a key whose lines stand behind them, of a new key, of one
+// that has only a default, and of one whose two lines do not fit into a sector.
+BOOST_AUTO_TEST_CASE(a_set_on_a_full_disk_is_done_or_refused_whichever_write_fails) {
+    const std::string long_text(300, 'x');
+    const std::vector<std::pair<std::string, Value>> situations{{"k = I1\nDEFAULT_k = I5\n", 2},
+                                                                {"", 2},
+                                                                {"DEFAULT_k = I5\n", 2},
+                                                                {"DEFAULT_k = I5\n", long_text},
+                                                                {"", long_text}};
+    for (const auto& [lines, value] : situations) {
+        std::string text = "=" + std::string(1100, 'w') + "\n" + lines;
+        text += "#" + std::string(file::page_size - text.size() - 2, '.') + "\n";
+        bool is_reached = true;
+        for (std::size_t n = 1; is_reached; ++n) {
+            const OpenStore store(text);
+            const State before = state_of_store();
+            zelva_core_status status{};
+            {
+                std::size_t number = 0;
+                const Interference interference([&](const Call& call) {
+                    const bool is_growing = call.name == "pwrite"s && call.size > file::sector_size;
+                    const bool is_write = call.name == "pwrite"s || call.name == "fdatasync"s;
+                    number += is_write && !is_growing ? 1 : 0;
+                    return Fate{is_growing ? ENOSPC : is_write && number == n ? EIO : 0};
+                });
+                status = set("k", value);
+                is_reached = number >= n;
+            }
+            State after = before;
+            if (status == ZELVA_CORE_STATUS_NO_ERROR) {
+                after.try_emplace("k", Entry{value, value}).first->second.value = value;
+            }
+            BOOST_CHECK(state_of_store() == after);
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("l", 1));
+            after["l"] = {1, 1};
+            BOOST_CHECK(state_of_store() == after);
+            OpenStore::restart();
+            BOOST_CHECK_MESSAGE(state_of_store() == after, "after a failure of write " << n << " behind " << lines);
+        }
+    }
+}
+
+// The file that a get has read is not that of the store that is open by then.
+BOOST_AUTO_TEST_CASE(a_store_may_be_closed_or_another_one_opened_while_a_get_reads) {
+    const TimeLimit limit;
+    for (const bool is_opened_again : {true, false}) {
+        const OpenStore store("k = I1\n");
+        Program other;
+        const auto set_k = [](int value) { return static_cast<int>(set("k", value)); };
+        BOOST_REQUIRE_EQUAL(0, other.run(set_k, 2));
+        const Interference interference("pread", [&] {
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_deinit());
+            if (is_opened_again) {
+                BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+            }
+            BOOST_CHECK_EQUAL(0, other.run(set_k, 3));
+        });
+        int number = 0;
+        BOOST_CHECK_EQUAL(is_opened_again ? ZELVA_CORE_STATUS_NO_ERROR : ZELVA_CORE_STATUS_NOT_INITIALIZED,
+                          zelva_core_settings_get_int_value("k", &number));
+        BOOST_CHECK_EQUAL(is_opened_again ? 2 : 0, number);
+        BOOST_CHECK_EQUAL(is_opened_again ? ZELVA_CORE_STATUS_NO_ERROR : ZELVA_CORE_STATUS_NOT_INITIALIZED,
+                          zelva_core_settings_get_int_value("k", &number));
+        BOOST_CHECK_EQUAL(is_opened_again ? 3 : 0, number);
+    }
+}
+
+BOOST_AUTO_TEST_CASE(a_removed_lock_is_made_again_and_another_one_in_its_place_is_taken) {
+    for (const bool is_replaced : {false, true}) {
+        const OpenStore store("k = I1\n");
+        fs::remove(shared_state_path());
+        if (is_replaced) {
+            write_file(shared_state_path(), "");
+        }
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+        BOOST_CHECK_EQUAL(file::page_size, fs::file_size(shared_state_path()));
+    }
+}
+
+BOOST_AUTO_TEST_CASE(a_compaction_leaves_out_a_withdrawn_line_that_is_damaged) {
+    const OpenStore store("k = I1\n=l\0d\n"s + dead_lines() + "l = I2\n");
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    const std::string text = read_file(store_path());
+    BOOST_CHECK_EQUAL("k = I2\nl = I2\n", text.substr(0, text.find("\n\n") + 1));
+}
+
+// A line that takes the place of withdrawn ones lies within one sector, and every other line keeps its meaning.
+BOOST_AUTO_TEST_CASE(a_line_is_fitted_into_withdrawn_lines_without_changing_any_other) {
+    const auto meaning_of = [](const std::string& text) {
+        std::vector<std::string> lines;
+        file::read_layout(text, [&](file::Entry&& entry, file::Line line) {
+            lines.push_back(std::string(entry.key) + text.substr(line.offset, line.size));
+            return std::nullopt;
+        });
+        return lines;
+    };
+    std::size_t fitted = 0;
+    std::size_t refused = 0;
+    for (const std::size_t before : {0U, 1U, 9U, 480U, 490U, 500U, 505U}) {
+        for (const std::size_t withdrawn : {2U, 8U, 9U, 10U, 11U, 30U, 500U, 513U, 1100U}) {
+            for (const std::string& between : {""s, "\n"s, "=a\n"s, "=\0\n"s, "=a\n\n=bc\n"s}) {
+                const std::string head = before == 0   ? ""
+                                         : before == 1 ? "\n"
+                                                       : "a = S" + std::string(before - 6, 'a') + "\n";
+                const std::string text = head + between + "=" + std::string(withdrawn - 2, 'w') + "\nb = I2\n";
+                for (const std::size_t size : {8U, 9U, 28U, 400U, 508U}) {
+                    const std::string line = "n = S" + std::string(size - 6, 'n') + "\n";
+                    const auto patch = file::fitted_into_withdrawn(text, line);
+                    if (!patch) {
+                        ++refused;
+                        BOOST_CHECK_LT(withdrawn, 2 * size + 2);  // a sector's end may be in between
+                        continue;
+                    }
+                    ++fitted;
+                    std::string changed = text;
+                    changed.replace(patch->offset, patch->bytes.size(), patch->bytes);
+                    BOOST_CHECK_EQUAL(text.size(), changed.size());
+                    BOOST_CHECK_EQUAL(patch->offset / file::sector_size,
+                                      (patch->offset + patch->bytes.size() - 1) / file::sector_size);
+                    BOOST_CHECK_EQUAL(line, changed.substr(patch->text_offset, line.size()));
+                    std::vector<std::string> expected = meaning_of(text);
+                    expected.insert(expected.end() - 1, "n" + line);
+                    BOOST_CHECK(expected == meaning_of(changed));
+                }
+            }
+        }
+    }
+    BOOST_CHECK_GT(fitted, 100U);
+    BOOST_CHECK_GT(refused, 100U);
+}
+
+BOOST_AUTO_TEST_SUITE_END()
