@@ -145,7 +145,7 @@ void Store::after_fork_in_child() {
 
 bool Store::contains(std::string_view key) {
     ReadLock lock(memory_);
-    return refresh(lock) == ZELVA_CORE_STATUS_NO_ERROR && contents_ && !is_reserved(key) &&
+    return refresh(lock) == ZELVA_CORE_STATUS_NO_ERROR && contents_ &&
            contents_->entries->find(key, Slot::value) != nullptr;
 }
 
@@ -161,9 +161,6 @@ zelva_core_status Store::look_up(ReadLock& lock, std::string_view key, Slot slot
 }
 
 zelva_core_status Store::find(std::string_view key, Slot slot, Type type, const value::Packed*& found) const {
-    if (is_reserved(key)) {
-        return ZELVA_CORE_STATUS_INVALID_PARAMS;
-    }
     if (!contents_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;
     }

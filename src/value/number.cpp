@@ -19,17 +19,6 @@ std::string_view without_plus(std::string_view text) {
     return text;
 }
 
-/// Whether `text` begins with a number in digits, as opposed to "inf" or "nan", which std::from_chars reads too.
-bool begins_in_digits(std::string_view text) {
-    if (!text.empty() && text[0] == '-') {
-        text.remove_prefix(1);
-    }
-    if (!text.empty() && text[0] == '.') {
-        text.remove_prefix(1);
-    }
-    return !text.empty() && is_digit(text[0]);
-}
-
 /// Whether the decimal `number`, which no double holds, lies between -1 and 1: too small, then, not too large.
 bool is_below_one(std::string_view number) {
     const std::size_t mantissa_end = std::min(number.find_first_of("eE"), number.size());
@@ -66,9 +55,6 @@ std::optional<int> read_int(std::string_view text) {
 
 std::optional<double> read_double(std::string_view text) {
     text = without_plus(text);
-    if (!begins_in_digits(text)) {
-        return std::nullopt;
-    }
     double number = 0;
     const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
     if (read.ec == std::errc::result_out_of_range) {
@@ -78,6 +64,7 @@ std::optional<double> read_double(std::string_view text) {
         }
         return text[0] == '-' ? -0.0 : 0.0;
     }
+    // std::from_chars reads "inf" and "nan", too.
     if (read.ec != std::errc() || !std::isfinite(number)) {
         return std::nullopt;
     }
