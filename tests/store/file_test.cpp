@@ -155,10 +155,13 @@ BOOST_AUTO_TEST_CASE(the_first_write_creates_the_file_for_its_owner_alone) {
 }
 
 BOOST_AUTO_TEST_CASE(the_folder_is_created_for_its_owner_alone_when_a_store_is_opened) {
-    fs::remove_all(Folder::path());
+    const std::string parent = fs::path(Folder::path()).parent_path();
+    fs::remove_all(parent);
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_INVALID_PARAMS, zelva_core_configuration_init("none"));
     BOOST_CHECK(!fs::exists(Folder::path()));
     BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+    // Root's folders lead to other users' files as well.
+    BOOST_CHECK_EQUAL(geteuid() == 0 ? 0755U : 0700U, mode_of(parent));
     BOOST_CHECK_EQUAL(0700U, mode_of(Folder::path()));
     BOOST_CHECK_EQUAL(0700U, mode_of(Folder::path() + "/.zelva"));
     BOOST_CHECK(!fs::exists(store_path()));
@@ -169,19 +172,22 @@ BOOST_AUTO_TEST_CASE(the_folder_is_created_for_its_owner_alone_when_a_store_is_o
 }
 
 BOOST_AUTO_TEST_CASE(a_write_keeps_the_file_s_mode_and_owner) {
-    const OpenStore store("k = I1\n");
-    BOOST_REQUIRE_EQUAL(0, chmod(store_path().c_str(), 0640));
-    const bool is_root = geteuid() == 0;
-    if (is_root) {
-        BOOST_REQUIRE_EQUAL(0, chown(store_path().c_str(), 1234, 1235));
-    }
-    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
-    struct stat attributes {};
-    BOOST_REQUIRE_EQUAL(0, stat(store_path().c_str(), &attributes));
-    BOOST_CHECK_EQUAL(0640U, attributes.st_mode & 07777U);
-    if (is_root) {
-        BOOST_CHECK_EQUAL(1234U, attributes.st_uid);
-        BOOST_CHECK_EQUAL(1235U, attributes.st_gid);
+    // In place, and where a person has left no line feed a new file.
+    for (const char* text : {"k = I1\n", "k = I1"}) {
+        const OpenStore store(text);
+        BOOST_REQUIRE_EQUAL(0, chmod(store_path().c_str(), 0640));
+        const bool is_root = geteuid() == 0;
+        if (is_root) {
+            BOOST_REQUIRE_EQUAL(0, chown(store_path().c_str(), 1234, 1235));
+        }
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+        struct stat attributes {};
+        BOOST_REQUIRE_EQUAL(0, stat(store_path().c_str(), &attributes));
+        BOOST_CHECK_EQUAL(0640U, attributes.st_mode & 07777U);
+        if (is_root) {
+            BOOST_CHECK_EQUAL(1234U, attributes.st_uid);
+            BOOST_CHECK_EQUAL(1235U, attributes.st_gid);
+        }
     }
 }
 
@@ -213,6 +219,35 @@ BOOST_AUTO_TEST_CASE(a_symbolic_link_stays_one_and_its_target_is_written) {
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_settings_init("test"));
     fs::remove(store_path());
     fs::remove_all(elsewhere);
+}
+
+BOOST_AUTO_TEST_CASE(the_target_of_a_link_may_have_the_longest_name_there_is) {
+    const std::string target = Folder::path() + "/" + std::string(255, 'n');
+    fs::create_symlink(target, store_path());
+    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 1));
+    zelva_core_settings_deinit();
+    BOOST_CHECK_EQUAL("DEFAULT_k = I1\nk = I1\n", read_file(target));
+    fs::remove(store_path());
+    fs::remove(target);
+}
+
+// The lock and the counter are written: whoever may put a link into their place would have another file written.
+BOOST_AUTO_TEST_CASE(a_link_in_the_place_of_what_programs_share_is_not_followed) {
+    const std::string shared = Folder::path() + "/.zelva/test";
+    const std::string target = Folder::path() + "/target";
+    { const OpenStore store("k = I1\n"); }
+    write_file(target, "somebody's\n");
+    fs::remove(shared);
+    fs::create_symlink(target, shared);
+    {
+        const OpenStore store("k = I1\n");
+        BOOST_CHECK_EQUAL(Value(1), value_of("k"));
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 2));
+    }
+    BOOST_CHECK_EQUAL("somebody's\n", read_file(target));
+    fs::remove(shared);
+    fs::remove(target);
 }
 
 BOOST_AUTO_TEST_CASE(what_is_no_file_is_refused) {
@@ -321,6 +356,18 @@ BOOST_AUTO_TEST_CASE(store_names_are_one_path_component_that_is_not_hidden) {
     }
     for (const char* name : {"CONFIG_", "CONFIG_test"}) {
         BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_INVALID_PARAMS, zelva_core_settings_init(name));
+    }
+}
+
+BOOST_AUTO_TEST_CASE(a_file_of_blank_and_of_replaced_lines_is_compacted) {
+    std::string replaced;
+    for (int i = 0; i < 1000; ++i) {
+        replaced += "k = I" + std::to_string(i) + "\n";
+    }
+    for (const std::string& text : {std::string(10000, '\n') + "k = I0\n", replaced}) {
+        const OpenStore store(text);
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", -1));
+        BOOST_CHECK_EQUAL(4096U, fs::file_size(store_path()));
     }
 }
 
