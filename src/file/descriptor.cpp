@@ -30,14 +30,14 @@ int read_all(const Descriptor& file, std::string& out) {
         return errno;
     }
     // Room for one byte more than there should be, to find the end of the file with.
-    std::size_t size = 0;
-    out.resize(static_cast<std::size_t>(std::max<off_t>(attributes.st_size, 0)) + 1);
-    for (;;) {
+    std::size_t room = static_cast<std::size_t>(std::max<off_t>(attributes.st_size, 0)) + 1;
+    for (std::size_t size = 0;;) {
         if (size == out.size()) {
-            out.resize(size + step);
-        }
-        if (out.size() > most) {
-            return EFBIG;
+            if (room > most) {
+                return EFBIG;
+            }
+            out.resize(room);
+            room += step;
         }
         const ssize_t count = system::pread(file.number(), &out[size], out.size() - size, static_cast<off_t>(size));
         if (count == 0) {

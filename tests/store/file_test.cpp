@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 
@@ -221,6 +222,14 @@ BOOST_AUTO_TEST_CASE(a_symbolic_link_stays_one_and_its_target_is_written) {
     fs::remove_all(elsewhere);
 }
 
+// Before memory is taken for it.
+BOOST_AUTO_TEST_CASE(a_file_of_a_tebibyte_is_refused) {
+    write_file(store_path(), "k = I1\n");
+    fs::resize_file(store_path(), std::uintmax_t{1} << 40U);
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_settings_init("test"));
+    fs::remove(store_path());
+}
+
 BOOST_AUTO_TEST_CASE(the_target_of_a_link_may_have_the_longest_name_there_is) {
     const std::string target = Folder::path() + "/" + std::string(255, 'n');
     fs::create_symlink(target, store_path());
@@ -369,6 +378,22 @@ BOOST_AUTO_TEST_CASE(a_file_of_blank_and_of_replaced_lines_is_compacted) {
         BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", -1));
         BOOST_CHECK_EQUAL(4096U, fs::file_size(store_path()));
     }
+}
+
+BOOST_AUTO_TEST_CASE(a_compaction_keeps_the_last_line_of_each_key_and_all_that_means_nothing_in_their_order) {
+    // The last line has no line feed, so the file is written anew.
+    const OpenStore store("# one\n\n\n\nrejected\n=ld = I1\nk = I1\nb\0d = I1\nDEFAULT_k = I7\nk = I2\n# two\nl = I3"s);
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 5));
+    const std::string text = read_file(store_path());
+    BOOST_CHECK_EQUAL("# one\n\nrejected\nDEFAULT_k = I7\nk = I5\n# two\nl = I3",
+                      text.substr(0, text.find_last_not_of('\n') + 1));
+    BOOST_CHECK_EQUAL(4096U, text.size());
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("l", 4));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_delete_key("k"));
+    BOOST_CHECK_EQUAL("# one\n\nrejected\n# two\nl = I4\n", OpenStore::file());
+    OpenStore::restart();
+    BOOST_CHECK(keys() == Strings{"l"});
+    BOOST_CHECK_EQUAL(Value(4), value_of("l"));
 }
 
 BOOST_AUTO_TEST_CASE(a_compaction_does_not_keep_the_default_of_a_deleted_key) {
