@@ -819,6 +819,42 @@ BOOST_AUTO_TEST_CASE(a_refused_set_on_a_full_disk_changes_nothing_though_an_old_
     }
 }
 
+// Withdrawn lines hold what looks like an entry.
+BOOST_AUTO_TEST_CASE(a_line_that_takes_the_place_of_a_longer_one_leaves_nothing_of_it_and_crosses_no_sector) {
+    using zelva::file::sector_size;
+    std::string file = "#" + std::string(298, '.') + "\n=" + text_of(1500) + "\nl = I1\n";
+    file += "#" + std::string(4096 - file.size() - 2, '.') + "\n";
+    for (const unsigned size : {10U, 100U, 200U, 300U, 400U, 450U}) {
+        const OpenStore store(file);
+        before_call = [&file](const Call& call) {
+            return call.name == "pwrite"s && call.size > file.size() / 2 ? Fate{ENOSPC} : Fate{};
+        };
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("new", text_of(size)));
+        before_call = nullptr;
+        OpenStore::restart();
+        BOOST_CHECK(keys() == (Strings{"l", "new"}));
+        BOOST_CHECK_EQUAL(Value(text_of(size)), value_of("new"));
+        const EntryLine line = lines_of_file().at("new");
+        BOOST_CHECK_EQUAL(line.offset / sector_size, (line.offset + line.text.size()) / sector_size);
+    }
+}
+
+BOOST_AUTO_TEST_CASE(damage_among_withdrawn_lines_at_the_end_makes_room_too) {
+    const std::string damage = "a\0b\n=ld\n"s;
+    std::string file = "k = I1\nl = Sx\n";
+    file += "=" + std::string(3 * 4096 - file.size() - damage.size() - 2, '.') + "\n" + damage;
+    const OpenStore store(file);
+    before_call = [&file](const Call& call) {
+        const bool is_growing = call.name == "pwrite"s && fs::file_size(store_path()) + call.size > file.size();
+        return (is_growing && call.size > 1000) || call.name == "renameat2"s ? Fate{ENOSPC} : Fate{};
+    };
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("l", text_of(700)));
+    before_call = nullptr;
+    OpenStore::restart();
+    BOOST_CHECK_EQUAL(Value(text_of(700)), value_of("l"));
+    BOOST_CHECK_EQUAL(Value(1), value_of("k"));
+}
+
 BOOST_AUTO_TEST_CASE(a_new_folder_reaches_the_disk) {
     fs::remove_all(fs::path(Folder::path()).parent_path());
     const Calls calls([] { BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test")); });

@@ -380,6 +380,26 @@ BOOST_AUTO_TEST_CASE(a_file_of_blank_and_of_replaced_lines_is_compacted) {
     }
 }
 
+// Whose lock file has been removed, so that nobody knows that it died.
+BOOST_AUTO_TEST_CASE(what_a_dead_program_has_left_is_not_in_the_way_of_a_compaction) {
+    const OpenStore store("k = I1");
+    write_file(Folder::path() + "/.zelva-test", "k = I7\n");
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    BOOST_CHECK_EQUAL("k = I2\n", OpenStore::file());
+    BOOST_CHECK(names_in_folder() == Strings{"test"});
+}
+
+// A line that is written over the NULs would end them, and what follows would be read.
+BOOST_AUTO_TEST_CASE(a_write_in_the_place_of_NULs_does_not_bring_back_what_stands_behind_them) {
+    for (std::size_t count = 1; count < 30; ++count) {
+        const OpenStore store("k = I1\n" + std::string(count, '\0') + "x = I5\n");
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+        OpenStore::restart();
+        BOOST_CHECK(keys() == Strings{"k"});
+        BOOST_CHECK_EQUAL(Value(2), value_of("k"));
+    }
+}
+
 BOOST_AUTO_TEST_CASE(a_compaction_keeps_the_last_line_of_each_key_and_all_that_means_nothing_in_their_order) {
     // The last line has no line feed, so the file is written anew.
     const OpenStore store("# one\n\n\n\nrejected\n=ld = I1\nk = I1\nb\0d = I1\nDEFAULT_k = I7\nk = I2\n# two\nl = I3"s);
@@ -387,6 +407,7 @@ BOOST_AUTO_TEST_CASE(a_compaction_keeps_the_last_line_of_each_key_and_all_that_m
     const std::string text = read_file(store_path());
     BOOST_CHECK_EQUAL("# one\n\nrejected\nDEFAULT_k = I7\nk = I5\n# two\nl = I3",
                       text.substr(0, text.find_last_not_of('\n') + 1));
+    BOOST_CHECK(names_in_folder() == Strings{"test"});
     BOOST_CHECK_EQUAL(4096U, text.size());
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("l", 4));
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_delete_key("k"));

@@ -464,6 +464,8 @@ BOOST_AUTO_TEST_CASE(two_users_of_a_group_share_a_store_in_the_group_s_folder) {
         BOOST_CHECK_EQUAL(77, first.run(get_k));
     }
     struct stat file {};
+    BOOST_REQUIRE_EQUAL(0, stat((Folder::path() + "/.zelva").c_str(), &file));
+    BOOST_CHECK_EQUAL(02770U, file.st_mode & 07777U);
     BOOST_REQUIRE_EQUAL(0, stat(store_path().c_str(), &file));
     BOOST_CHECK_EQUAL(users[0], file.st_uid);
     BOOST_CHECK_EQUAL(group, file.st_gid);
