@@ -145,7 +145,7 @@ void Store::after_fork_in_child() {
 
 bool Store::contains(std::string_view key) {
     ReadLock lock(memory_);
-    return refresh(lock) == ZELVA_CORE_STATUS_NO_ERROR && contents_ && !is_reserved(key) &&
+    return refresh(lock) == ZELVA_CORE_STATUS_NO_ERROR && contents_ &&
            contents_->entries->find(key, Slot::value) != nullptr;
 }
 

@@ -18,17 +18,6 @@ std::string_view without_plus(std::string_view text) {
     return text;
 }
 
-/// Whether `text` begins with a number in digits, as opposed to "inf" or "nan", which std::from_chars reads too.
-bool begins_in_digits(std::string_view text) {
-    if (!text.empty() && text[0] == '-') {
-        text.remove_prefix(1);
-    }
-    if (!text.empty() && text[0] == '.') {
-        text.remove_prefix(1);
-    }
-    return !text.empty() && is_digit(text[0]);
-}
-
 /// Whether the decimal `number`, which no double holds, lies between -1 and 1: too small, then, not too large. It is
 /// not 0.
 bool is_below_one(std::string_view number) {
@@ -63,9 +52,6 @@ std::optional<int> read_int(std::string_view text) {
 
 std::optional<double> read_double(std::string_view text) {
     text = without_plus(text);
-    if (!begins_in_digits(text)) {
-        return std::nullopt;
-    }
     double number = 0;
     const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
     if (read.ec == std::errc::result_out_of_range) {
@@ -74,6 +60,10 @@ std::optional<double> read_double(std::string_view text) {
             return std::nullopt;
         }
         return text[0] == '-' ? -0.0 : 0.0;
+    }
+    // std::from_chars reads "inf" and "nan", too.
+    if (read.ec != std::errc() || !std::isfinite(number)) {
+        return std::nullopt;
     }
     return number;
 }

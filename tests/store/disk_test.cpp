@@ -455,6 +455,7 @@ BOOST_AUTO_TEST_CASE(a_set_costs_one_flush_and_two_writes_of_its_line_and_two_by
             BOOST_REQUIRE(line <= zelva::file::sector_size);
             BOOST_CHECK_EQUAL(is_relaxed ? 0U : 1U, calls.count("fdatasync"));
             BOOST_CHECK_EQUAL(0U, calls.count("fsync"));
+            BOOST_CHECK_EQUAL(0U, calls.count("pread"));  // it knows what the file holds
             BOOST_CHECK(calls.count("pwrite") <= 2);
             BOOST_CHECK(calls.bytes_written() <= line + 2);
         }
@@ -625,6 +626,144 @@ BOOST_AUTO_TEST_CASE(a_lock_that_cannot_be_looked_at_is_an_error_and_not_tried_f
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
 }
 
+// Some file systems cannot flush a folder, and one that cannot be read cannot be opened for that.
+BOOST_AUTO_TEST_CASE(a_folder_that_cannot_be_flushed_at_all_keeps_nobody_from_writing) {
+    const std::string file = "k = I1\n";
+    std::vector<Call> calls;
+    {
+        const OpenStore store(file);
+        calls = Calls([] { set("k", 2); }).all;
+    }
+    for (const auto& [name, error] : {std::pair("open"s, EACCES), std::pair("open"s, EMFILE),
+                                      std::pair("fsync"s, EINVAL), std::pair("fsync"s, EIO)}) {
+        const OpenStore store(file);
+        std::size_t number = 0;
+        bool is_reached = false;
+        before_call = [&, &name = name, &error = error](const Call& call) {
+            const bool is_folder =
+                number + 1 < calls.size() && calls[number + (name == "open" ? 1 : 0)].name == "fsync"s;
+            ++number;
+            is_reached = is_reached || (is_folder && call.name == name);
+            return is_folder && call.name == name ? Fate{error} : Fate{};
+        };
+        const bool may_be_another_time = error == EMFILE || error == EIO;
+        BOOST_CHECK_EQUAL(may_be_another_time ? ZELVA_CORE_STATUS_IO_FAILED : ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+        before_call = nullptr;
+        BOOST_CHECK(is_reached);
+    }
+}
+
+BOOST_AUTO_TEST_CASE(a_write_that_writes_nothing_is_an_error_and_not_tried_forever) {
+    const OpenStore store("k = I1\n");
+    int writes = 0;
+    before_call = [&writes](const Call& call) {
+        if (call.name != "pwrite"s) {
+            return Fate{};
+        }
+        return ++writes < 1000 ? Fate{0, 0} : Fate{EIO};
+    };
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 2));
+    before_call = nullptr;
+    BOOST_CHECK(writes < 10);
+    BOOST_CHECK_EQUAL(Value(1), value_of("k"));
+}
+
+BOOST_AUTO_TEST_CASE(a_file_system_that_cannot_exchange_names_gets_the_new_file_all_the_same) {
+    const OpenStore store("k = I1");  // without its line feed
+    bool is_first = true;
+    before_call = [&is_first](const Call& call) {
+        return call.name == "renameat2"s && std::exchange(is_first, false) ? Fate{EINVAL} : Fate{};
+    };
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    before_call = nullptr;
+    BOOST_CHECK(!is_first);
+    BOOST_CHECK_EQUAL("k = I2\n", OpenStore::file());
+    BOOST_CHECK(names_in_folder() == Strings{"test"});
+}
+
+// Between looking at the file and writing it, as late as can be.
+BOOST_AUTO_TEST_CASE(a_file_that_somebody_changes_at_the_last_moment_is_kept) {
+    struct Case {
+        std::optional<std::string> file;
+        const char* call;
+    };
+    const std::string edited = "edited = I5\nk = I3\n";
+    for (const Case& moment : {Case{"k = I1\n", "readlink"}, Case{"k = I1", "readlink"}, Case{{}, "renameat2"}}) {
+        fs::remove(store_path());
+        if (moment.file) {
+            write_file(store_path(), *moment.file);
+        }
+        BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+        bool is_first = true;
+        before_call = [&](const Call& call) {
+            if (moment.call == std::string(call.name) && std::exchange(is_first, false)) {
+                write_file(store_path() + "~", edited);
+                fs::rename(store_path() + "~", store_path());
+            }
+            return Fate{};
+        };
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 2));
+        before_call = nullptr;
+        BOOST_CHECK(!is_first);
+        BOOST_CHECK_EQUAL(edited, read_file(store_path()));
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+        BOOST_CHECK_EQUAL(Value(5), value_of("edited"));
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_deinit());
+        BOOST_CHECK_EQUAL("edited = I5\nk = I2\n", OpenStore::file());
+    }
+    fs::remove(store_path());
+}
+
+// A program that may not read the counter can only see whether the file stays as it is.
+BOOST_AUTO_TEST_CASE(a_file_without_a_counter_is_read_until_it_stays_as_it_is) {
+    write_file(store_path(), "k = I1");
+    int opened = 0;
+    before_call = [&opened](const Call& call) {
+        if (call.name != "open"s) {
+            return Fate{};
+        }
+        // First what programs share, then the file.
+        ++opened;
+        if (opened == 3) {
+            write_file(store_path(), "k = I12\n");
+        }
+        return opened == 1 ? Fate{EMFILE} : Fate{};
+    };
+    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+    before_call = nullptr;
+    BOOST_CHECK(opened >= 3);
+    BOOST_CHECK_EQUAL(Value(12), value_of("k"));
+    zelva_core_settings_deinit();
+    fs::remove(store_path());
+}
+
+BOOST_AUTO_TEST_CASE(a_get_from_a_file_system_that_is_read_only_makes_no_system_call) {
+    for (const int error : {EACCES, EROFS}) {
+        zelva_core_settings_deinit();
+        write_file(store_path(), "k = I1\n");
+        bool is_first = true;
+        before_call = [&is_first, error](const Call& call) {
+            return call.name == "open"s && std::exchange(is_first, false) ? Fate{error} : Fate{};
+        };
+        BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+        before_call = nullptr;
+        const Calls calls([] { BOOST_CHECK_EQUAL(Value(1), value_of("k")); });
+        BOOST_CHECK_EQUAL("", calls.names());
+    }
+    zelva_core_settings_deinit();
+    fs::remove(store_path());
+}
+
+BOOST_AUTO_TEST_CASE(a_close_flushes_nothing) {
+    const OpenStore store("k = I1\n");
+    set("k", 2);
+    zelva_core_settings_set_durability(ZELVA_CORE_DURABILITY_RELAXED);
+    set("k", 3);
+    const Calls calls([] { zelva_core_settings_deinit(); });
+    BOOST_CHECK_EQUAL(0U, calls.count("fdatasync"));
+    BOOST_CHECK_EQUAL(0U, calls.count("fsync"));
+}
+
 // The line that was undone may be on the disk, and its undoing not.
 BOOST_AUTO_TEST_CASE(a_set_to_the_old_value_after_a_failed_flush_writes_the_file_anew) {
     using Operation = zelva_core_status (*)();
@@ -639,6 +778,9 @@ BOOST_AUTO_TEST_CASE(a_set_to_the_old_value_after_a_failed_flush_writes_the_file
         const Calls calls([&] { BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, operation()); });
         BOOST_CHECK(calls.count("renameat2") > 0);
         BOOST_CHECK_EQUAL(Value(1), value_of("k"));
+        // That was enough.
+        const Calls next([&] { BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 3)); });
+        BOOST_CHECK_EQUAL(0U, next.count("renameat2"));
     }
 }
 
@@ -686,6 +828,42 @@ BOOST_AUTO_TEST_CASE(a_refused_set_on_a_full_disk_changes_nothing_though_an_old_
     }
 }
 
+// Withdrawn lines hold what looks like an entry.
+BOOST_AUTO_TEST_CASE(a_line_that_takes_the_place_of_a_longer_one_leaves_nothing_of_it_and_crosses_no_sector) {
+    using zelva::file::sector_size;
+    std::string file = "#" + std::string(298, '.') + "\n=" + text_of(1500) + "\nl = I1\n";
+    file += "#" + std::string(4096 - file.size() - 2, '.') + "\n";
+    for (const unsigned size : {10U, 100U, 200U, 300U, 400U, 450U}) {
+        const OpenStore store(file);
+        before_call = [&file](const Call& call) {
+            return call.name == "pwrite"s && call.size > file.size() / 2 ? Fate{ENOSPC} : Fate{};
+        };
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("new", text_of(size)));
+        before_call = nullptr;
+        OpenStore::restart();
+        BOOST_CHECK(keys() == (Strings{"l", "new"}));
+        BOOST_CHECK_EQUAL(Value(text_of(size)), value_of("new"));
+        const EntryLine line = lines_of_file().at("new");
+        BOOST_CHECK_EQUAL(line.offset / sector_size, (line.offset + line.text.size()) / sector_size);
+    }
+}
+
+BOOST_AUTO_TEST_CASE(damage_among_withdrawn_lines_at_the_end_makes_room_too) {
+    const std::string damage = "a\0b\n=ld\n"s;
+    std::string file = "k = I1\nl = Sx\n";
+    file += "=" + std::string(3 * 4096 - file.size() - damage.size() - 2, '.') + "\n" + damage;
+    const OpenStore store(file);
+    before_call = [&file](const Call& call) {
+        const bool is_growing = call.name == "pwrite"s && fs::file_size(store_path()) + call.size > file.size();
+        return (is_growing && call.size > 1000) || call.name == "renameat2"s ? Fate{ENOSPC} : Fate{};
+    };
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("l", text_of(700)));
+    before_call = nullptr;
+    OpenStore::restart();
+    BOOST_CHECK_EQUAL(Value(text_of(700)), value_of("l"));
+    BOOST_CHECK_EQUAL(Value(1), value_of("k"));
+}
+
 BOOST_AUTO_TEST_CASE(a_new_folder_reaches_the_disk) {
     fs::remove_all(fs::path(Folder::path()).parent_path());
     const Calls calls([] { BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test")); });
@@ -700,6 +878,35 @@ BOOST_AUTO_TEST_CASE(a_new_folder_reaches_the_disk) {
     }
     BOOST_CHECK_EQUAL(3, folders);  // the last one is that of shared state, which means nothing after a loss of power
     zelva_core_settings_deinit();
+}
+
+// Who has made it may have died before it reached the disk.
+BOOST_AUTO_TEST_CASE(a_folder_that_is_there_without_its_shared_state_reaches_the_disk) {
+    zelva_core_settings_deinit();
+    fs::create_directories(Folder::path());
+    fs::remove_all(Folder::path() + "/.zelva");
+    const Calls calls([] { BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test")); });
+    BOOST_CHECK_EQUAL(1U, calls.count("fsync"));
+    zelva_core_settings_deinit();
+}
+
+BOOST_AUTO_TEST_CASE(a_folder_that_another_program_makes_at_the_same_time_is_used) {
+    for (const std::string& removed : {Folder::path(), Folder::path() + "/.zelva"}) {
+        fs::create_directories(Folder::path());
+        BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+        fs::remove_all(removed);
+        before_call = [&removed](const Call& call) {
+            if (call.name == "mkdir"s) {
+                fs::create_directories(removed);
+            }
+            return Fate{};
+        };
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 1));
+        before_call = nullptr;
+        zelva_core_settings_deinit();
+        BOOST_CHECK_EQUAL("DEFAULT_k = I1\nk = I1\n", OpenStore::file());
+        fs::remove(store_path());
+    }
 }
 
 BOOST_AUTO_TEST_SUITE_END()

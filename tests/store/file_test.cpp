@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 
@@ -156,10 +157,13 @@ BOOST_AUTO_TEST_CASE(the_first_write_creates_the_file_for_its_owner_alone) {
 }
 
 BOOST_AUTO_TEST_CASE(the_folder_is_created_for_its_owner_alone_when_a_store_is_opened) {
-    fs::remove_all(Folder::path());
+    const std::string parent = fs::path(Folder::path()).parent_path();
+    fs::remove_all(parent);
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_INVALID_PARAMS, zelva_core_configuration_init("none"));
     BOOST_CHECK(!fs::exists(Folder::path()));
     BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+    // Root's folders lead to other users' files as well.
+    BOOST_CHECK_EQUAL(geteuid() == 0 ? 0755U : 0700U, mode_of(parent));
     BOOST_CHECK_EQUAL(0700U, mode_of(Folder::path()));
     BOOST_CHECK_EQUAL(0700U, mode_of(Folder::path() + "/.zelva"));
     BOOST_CHECK(!fs::exists(store_path()));
@@ -181,19 +185,22 @@ BOOST_AUTO_TEST_CASE(the_folder_is_created_for_its_owner_alone_when_a_store_is_o
 }
 
 BOOST_AUTO_TEST_CASE(a_write_keeps_the_file_s_mode_and_owner) {
-    const OpenStore store("k = I1\n");
-    BOOST_REQUIRE_EQUAL(0, chmod(store_path().c_str(), 0640));
-    const bool is_root = geteuid() == 0;
-    if (is_root) {
-        BOOST_REQUIRE_EQUAL(0, chown(store_path().c_str(), 1234, 1235));
-    }
-    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
-    struct stat attributes {};
-    BOOST_REQUIRE_EQUAL(0, stat(store_path().c_str(), &attributes));
-    BOOST_CHECK_EQUAL(0640U, attributes.st_mode & 07777U);
-    if (is_root) {
-        BOOST_CHECK_EQUAL(1234U, attributes.st_uid);
-        BOOST_CHECK_EQUAL(1235U, attributes.st_gid);
+    // In place, and where a person has left no line feed a new file.
+    for (const char* text : {"k = I1\n", "k = I1"}) {
+        const OpenStore store(text);
+        BOOST_REQUIRE_EQUAL(0, chmod(store_path().c_str(), 0640));
+        const bool is_root = geteuid() == 0;
+        if (is_root) {
+            BOOST_REQUIRE_EQUAL(0, chown(store_path().c_str(), 1234, 1235));
+        }
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+        struct stat attributes {};
+        BOOST_REQUIRE_EQUAL(0, stat(store_path().c_str(), &attributes));
+        BOOST_CHECK_EQUAL(0640U, attributes.st_mode & 07777U);
+        if (is_root) {
+            BOOST_CHECK_EQUAL(1234U, attributes.st_uid);
+            BOOST_CHECK_EQUAL(1235U, attributes.st_gid);
+        }
     }
 }
 
@@ -225,6 +232,43 @@ BOOST_AUTO_TEST_CASE(a_symbolic_link_stays_one_and_its_target_is_written) {
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_settings_init("test"));
     fs::remove(store_path());
     fs::remove_all(elsewhere);
+}
+
+// Before memory is taken for it.
+BOOST_AUTO_TEST_CASE(a_file_of_a_tebibyte_is_refused) {
+    write_file(store_path(), "k = I1\n");
+    fs::resize_file(store_path(), std::uintmax_t{1} << 40U);
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_settings_init("test"));
+    fs::remove(store_path());
+}
+
+BOOST_AUTO_TEST_CASE(the_target_of_a_link_may_have_the_longest_name_there_is) {
+    const std::string target = Folder::path() + "/" + std::string(255, 'n');
+    fs::create_symlink(target, store_path());
+    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 1));
+    zelva_core_settings_deinit();
+    BOOST_CHECK_EQUAL("DEFAULT_k = I1\nk = I1\n", read_file(target));
+    fs::remove(store_path());
+    fs::remove(target);
+}
+
+// The lock and the counter are written: whoever may put a link into their place would have another file written.
+BOOST_AUTO_TEST_CASE(a_link_in_the_place_of_what_programs_share_is_not_followed) {
+    const std::string shared = Folder::path() + "/.zelva/test";
+    const std::string target = Folder::path() + "/target";
+    { const OpenStore store("k = I1\n"); }
+    write_file(target, "somebody's\n");
+    fs::remove(shared);
+    fs::create_symlink(target, shared);
+    {
+        const OpenStore store("k = I1\n");
+        BOOST_CHECK_EQUAL(Value(1), value_of("k"));
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 2));
+    }
+    BOOST_CHECK_EQUAL("somebody's\n", read_file(target));
+    fs::remove(shared);
+    fs::remove(target);
 }
 
 BOOST_AUTO_TEST_CASE(what_is_no_file_is_refused) {
@@ -396,6 +440,55 @@ BOOST_AUTO_TEST_CASE(store_names_are_one_path_component_that_is_not_hidden) {
     for (const char* name : {"CONFIG_", "CONFIG_test"}) {
         BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_INVALID_PARAMS, zelva_core_settings_init(name));
     }
+}
+
+BOOST_AUTO_TEST_CASE(a_file_of_blank_and_of_replaced_lines_is_compacted) {
+    std::string replaced;
+    for (int i = 0; i < 1000; ++i) {
+        replaced += "k = I" + std::to_string(i) + "\n";
+    }
+    for (const std::string& text : {std::string(10000, '\n') + "k = I0\n", replaced}) {
+        const OpenStore store(text);
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", -1));
+        BOOST_CHECK_EQUAL(4096U, fs::file_size(store_path()));
+    }
+}
+
+// Whose lock file has been removed, so that nobody knows that it died.
+BOOST_AUTO_TEST_CASE(what_a_dead_program_has_left_is_not_in_the_way_of_a_compaction) {
+    const OpenStore store("k = I1");
+    write_file(Folder::path() + "/.zelva-test", "k = I7\n");
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    BOOST_CHECK_EQUAL("k = I2\n", OpenStore::file());
+    BOOST_CHECK(names_in_folder() == Strings{"test"});
+}
+
+// A line that is written over the NULs would end them, and what follows would be read.
+BOOST_AUTO_TEST_CASE(a_write_in_the_place_of_NULs_does_not_bring_back_what_stands_behind_them) {
+    for (std::size_t count = 1; count < 30; ++count) {
+        const OpenStore store("k = I1\n" + std::string(count, '\0') + "x = I5\n");
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+        OpenStore::restart();
+        BOOST_CHECK(keys() == Strings{"k"});
+        BOOST_CHECK_EQUAL(Value(2), value_of("k"));
+    }
+}
+
+BOOST_AUTO_TEST_CASE(a_compaction_keeps_the_last_line_of_each_key_and_all_that_means_nothing_in_their_order) {
+    // The last line has no line feed, so the file is written anew.
+    const OpenStore store("# one\n\n\n\nrejected\n=ld = I1\nk = I1\nb\0d = I1\nDEFAULT_k = I7\nk = I2\n# two\nl = I3"s);
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 5));
+    const std::string text = read_file(store_path());
+    BOOST_CHECK_EQUAL("# one\n\nrejected\nDEFAULT_k = I7\nk = I5\n# two\nl = I3",
+                      text.substr(0, text.find_last_not_of('\n') + 1));
+    BOOST_CHECK(names_in_folder() == Strings{"test"});
+    BOOST_CHECK_EQUAL(4096U, text.size());
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("l", 4));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_delete_key("k"));
+    BOOST_CHECK_EQUAL("# one\n\nrejected\n# two\nl = I4\n", OpenStore::file());
+    OpenStore::restart();
+    BOOST_CHECK(keys() == Strings{"l"});
+    BOOST_CHECK_EQUAL(Value(4), value_of("l"));
 }
 
 BOOST_AUTO_TEST_CASE(a_compaction_does_not_keep_the_default_of_a_deleted_key) {

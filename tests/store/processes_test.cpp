@@ -381,6 +381,29 @@ BOOST_AUTO_TEST_CASE(what_an_editor_does_to_the_file_is_kept_by_the_next_write) 
     }
 }
 
+// Each of them alone tells: which file it is, its size, and its time, to the nanosecond.
+BOOST_AUTO_TEST_CASE(a_write_finds_an_edit_that_changes_little_about_the_file) {
+    struct Edit {
+        bool is_other_file;
+        const char* text;
+        int seconds;
+        int nanoseconds;
+    };
+    for (const Edit& edit : {Edit{true, "k = I5\n", 0, 0}, Edit{false, "k = I55\n", 0, 0},
+                             Edit{false, "k = I5\n", 1, 0}, Edit{false, "k = I5\n", 0, 1}}) {
+        const OpenStore store("k = I1\n");
+        timespec times[] = {{1700000000, 500}, {1700000000, 500}};
+        BOOST_REQUIRE_EQUAL(0, utimensat(AT_FDCWD, store_path().c_str(), times, 0));
+        BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_reload());
+        (edit.is_other_file ? replace_file : write_file)(store_path(), edit.text);
+        times[1].tv_sec += edit.seconds;
+        times[1].tv_nsec += edit.nanoseconds;
+        BOOST_REQUIRE_EQUAL(0, utimensat(AT_FDCWD, store_path().c_str(), times, 0));
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_copy_int_key("k", "copy"));
+        BOOST_CHECK_EQUAL(std::string(edit.text), "k = I" + std::to_string(number_of("copy")) + "\n");
+    }
+}
+
 // A user who may read the settings and not write them; with and without a counter that may be read.
 BOOST_AUTO_TEST_CASE(a_user_who_may_only_read_sees_what_others_write) {
     if (!is_root()) {
@@ -441,6 +464,8 @@ BOOST_AUTO_TEST_CASE(two_users_of_a_group_share_a_store_in_the_group_s_folder) {
         BOOST_CHECK_EQUAL(77, first.run(get_k));
     }
     struct stat file {};
+    BOOST_REQUIRE_EQUAL(0, stat((Folder::path() + "/.zelva").c_str(), &file));
+    BOOST_CHECK_EQUAL(02770U, file.st_mode & 07777U);
     BOOST_REQUIRE_EQUAL(0, stat(store_path().c_str(), &file));
     BOOST_CHECK_EQUAL(users[0], file.st_uid);
     BOOST_CHECK_EQUAL(group, file.st_gid);
