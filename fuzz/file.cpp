@@ -22,7 +22,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::Entries entries = file.entries;
 
     CHECK(zelva_core_settings_init("test") == ZELVA_CORE_STATUS_NO_ERROR);
-    check_all(entries, file.others);
+    CHECK(simulated::disk.text() == text);
+    fuzz::check_holds(entries);
 
     const std::string key = "key";
     const fuzz::Value value = 7;

@@ -100,7 +100,7 @@ void check_compacted(const std::string& text, const File& file) {
 void check_makes_room(const std::string& text, const File& file) {
     const std::size_t end = zelva::file::live_end(text);
     CHECK(end <= text.size());
-    CHECK(is_same(fuzz::read_file(text.substr(0, end)), file));
+    CHECK(end == text.size() || is_same(fuzz::read_file(text.substr(0, end)), file));
 
     const std::string name = "a new key";
     if (const auto patch = zelva::file::fitted_into_withdrawn(text, name + " = I7\n")) {
