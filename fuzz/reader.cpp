@@ -1,6 +1,6 @@
 // Any bytes as a store's file, without a store around it: its entries are what the format says, what is known of its
-// lines adds up, and it means the same when it is written anew, when its end is cut off, and when a line takes the place
-// of withdrawn ones.
+// lines adds up, and it means the same when it is written anew, when its end is cut off, and when a line takes the
+// place of withdrawn ones.
 #include <algorithm>
 #include <string>
 #include <string_view>
