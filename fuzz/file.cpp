@@ -48,6 +48,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     entries.erase(deleted);
     entries.erase(fuzz::default_prefix + deleted);
     check_all(entries, file.others);
+    // It would mean nothing, but a person reads the file too.
+    CHECK(fuzz::read_file(simulated::disk.text()).entries.count(fuzz::default_prefix + deleted) == 0);
 
     CHECK(zelva_core_settings_deinit() == ZELVA_CORE_STATUS_NO_ERROR);
     CHECK(zelva_core_settings_init("test") == ZELVA_CORE_STATUS_NO_ERROR);
