@@ -102,16 +102,33 @@ void check_makes_room(const std::string& text, const File& file) {
     CHECK(end <= text.size());
     CHECK(end == text.size() || is_same(fuzz::read_file(text.substr(0, end)), file));
 
+    // The longest line that finds room, which leaves none over.
     const std::string name = "a new key";
-    if (const auto patch = zelva::file::fitted_into_withdrawn(text, name + " = I7\n")) {
-        std::string patched = text;
-        CHECK(patch->offset + patch->bytes.size() <= text.size());
-        patched.replace(patch->offset, patch->bytes.size(), patch->bytes);
-        CHECK(patched.compare(patch->text_offset, name.size(), name) == 0);
-        File with_new = file;
-        with_new.entries.emplace(name, 7);
-        CHECK(is_same(fuzz::read_file(patched), with_new));
+    const auto line = [&name](std::size_t size) { return name + " = S" + std::string(size, 'x') + '\n'; };
+    const auto fitted = [&](std::size_t size) { return zelva::file::fitted_into_withdrawn(text, line(size)); };
+    auto patch = fitted(0);
+    if (!patch) {
+        return;
     }
+    std::size_t size = 0;
+    for (std::size_t too_long = zelva::file::sector_size; too_long - size > 1;) {
+        const std::size_t middle = (size + too_long) / 2;
+        if (auto longer = fitted(middle)) {
+            patch = std::move(longer);
+            size = middle;
+        } else {
+            too_long = middle;
+        }
+    }
+    std::string patched = text;
+    CHECK(patch->offset + patch->bytes.size() <= text.size());
+    patched.replace(patch->offset, patch->bytes.size(), patch->bytes);
+    CHECK(patched.compare(patch->text_offset, line(size).size(), line(size)) == 0);
+    CHECK(patch->offset / zelva::file::sector_size ==
+          (patch->offset + patch->bytes.size() - 1) / zelva::file::sector_size);
+    File with_new = file;
+    with_new.entries.emplace(name, std::string(size, 'x'));
+    CHECK(is_same(fuzz::read_file(patched), with_new));
 }
 
 }  // namespace
