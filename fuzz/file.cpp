@@ -22,7 +22,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::Entries entries = file.entries;
 
     CHECK(zelva_core_settings_init("test") == ZELVA_CORE_STATUS_NO_ERROR);
-    check_all(entries, file.others);
+    CHECK(simulated::disk.text() == text);
+    fuzz::check_holds(entries);
 
     const std::string key = "key";
     const fuzz::Value value = 7;
@@ -47,10 +48,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     entries.erase(deleted);
     entries.erase(fuzz::default_prefix + deleted);
     check_all(entries, file.others);
+    // It would mean nothing, but a person reads the file too.
+    CHECK(fuzz::read_file(simulated::disk.text()).entries.count(fuzz::default_prefix + deleted) == 0);
 
     CHECK(zelva_core_settings_deinit() == ZELVA_CORE_STATUS_NO_ERROR);
     CHECK(zelva_core_settings_init("test") == ZELVA_CORE_STATUS_NO_ERROR);
     check_all(entries, file.others);
     CHECK(zelva_core_settings_deinit() == ZELVA_CORE_STATUS_NO_ERROR);
+    simulated::disk = simulated::Disk();  // what is left must not look like a leak
     return 0;
 }

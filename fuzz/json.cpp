@@ -1,5 +1,6 @@
 // Any text as JSON, beside nlohmann::json: that is strict, tells the values of a text one by one, so that the order and
 // repetition of names are seen, and takes any depth of nesting, as the library does.
+#include <algorithm>
 #include <cstdint>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -55,13 +56,16 @@ class Recorder : public nlohmann::json_sax<nlohmann::json> {
 /// The text with escapes for the control characters that stand in its strings, where the library takes them as they
 /// are.
 std::string with_escapes(const std::string& text) {
+    const auto is_control = [](char c) { return static_cast<unsigned char>(c) < 0x20; };
+    if (std::none_of(text.begin(), text.end(), is_control)) {
+        return text;
+    }
     std::string out;
     bool is_in_string = false;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(text[i]);
-        if (is_in_string && byte < 0x20) {
+        if (is_in_string && is_control(text[i])) {
             char escape[8];
-            std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(byte));
+            std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(text[i]));
             out += escape;
             continue;
         }

@@ -1,0 +1,148 @@
+// Any bytes as a store's file, without a store around it: its entries are what the format says, what is known of its
+// lines adds up, and it means the same when it is written anew, when its end is cut off, and when a line takes the
+// place of withdrawn ones.
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "check.h"
+#include "file/layout.h"
+#include "reference.h"
+#include "store/entries.h"
+#include "value/text.h"
+
+namespace {
+
+using fuzz::File;
+using zelva::file::Layout;
+using zelva::file::Line;
+
+bool is_same(const File& left, const File& right) {
+    return left.others == right.others && fuzz::is_same(left.entries, right.entries);
+}
+
+std::string_view line_at(std::string_view text, Line line) {
+    CHECK(line.offset + line.size <= text.size());
+    return text.substr(line.offset, line.size);
+}
+
+/// A value as it is written, and read again.
+void check_writes(const std::string& name, const fuzz::Value& value) {
+    CHECK(zelva::value::is_storable(value));
+    std::string text;
+    zelva::file::write_line(name, value, text);
+    CHECK(text.find('\n') == text.size() - 1);
+    const auto entry = zelva::file::read_line(std::string_view(text).substr(0, text.size() - 1));
+    CHECK(entry && entry->key == name && fuzz::is_same(entry->value.value(), value));
+}
+
+/// Whether a text's last line is one of those that mean nothing, and has no line feed.
+bool ends_in_other(const std::string& text, const File& file) {
+    return !file.others.empty() && text.back() != '\n' && text.substr(text.rfind('\n') + 1) == file.others.back();
+}
+
+Layout check_read(const std::string& text, const File& file) {
+    zelva::store::Entries entries;
+    std::size_t replaced = 0;
+    std::size_t names = 0;
+    const Layout layout = zelva::file::read_layout(text, [&](zelva::file::Entry&& entry, Line line) {
+        const auto earlier = entries.add(entry.key, std::move(entry.value), line);
+        ++(earlier ? replaced : names);
+        return earlier;
+    });
+    CHECK(names == file.entries.size());
+    CHECK(replaced == layout.replaced.size());
+    std::vector<std::string_view> expected_keys;
+    std::size_t live = 0;
+    for (const auto& [name, value] : file.entries) {
+        const zelva::store::Held* const held = entries.find(name);
+        CHECK(held != nullptr && fuzz::is_same(held->value.value(), value));
+        const auto line = line_at(text, held->line);
+        CHECK(line.find('\n') >= line.size() - 1 && line.find(name) < line.find('='));
+        live += line.size();
+        if (!fuzz::is_reserved(name)) {
+            expected_keys.push_back(name);
+        }
+    }
+    std::vector<std::string_view> keys;
+    entries.list("", [&keys](std::string_view key) { keys.push_back(key); });
+    CHECK(keys == expected_keys);
+
+    for (const std::string& line : file.others) {
+        live += line.size() + 1;
+    }
+    CHECK(layout.size == text.size() && layout.text_end <= layout.size);
+    CHECK(layout.live == live - (ends_in_other(text, file) ? 1 : 0));
+    CHECK(layout.live + layout.dead == layout.text_end);
+    return layout;
+}
+
+void check_compacted(const std::string& text, const File& file) {
+    const zelva::file::Compacted compacted = zelva::file::compacted(text, {});
+    CHECK(compacted.layout.size == compacted.text.size());
+    const std::size_t end = compacted.layout.text_end;
+    CHECK(compacted.text.find_first_not_of('\n', end) == std::string::npos);
+    const std::string lines = compacted.text.substr(0, end);  // padding would only take time
+    CHECK(is_same(fuzz::read_file(lines), file));
+    const Layout layout = check_read(lines, file);
+    CHECK(layout.text_end == end && layout.live == compacted.layout.live && layout.dead == compacted.layout.dead);
+    CHECK(layout.replaced.empty() && !layout.is_unterminated && !layout.is_damaged && !layout.is_wasteful());
+    CHECK(compacted.lines.size() == file.entries.size());
+    for (const auto& [name, line] : compacted.lines) {
+        CHECK(file.entries.count(std::string(name)) == 1);
+        const auto entry = zelva::file::read_line(line_at(compacted.text, {line.offset, line.size - 1}));
+        CHECK(entry && entry->key == name && compacted.text[line.offset + line.size - 1] == '\n');
+    }
+}
+
+/// What is done on a full disk.
+void check_makes_room(const std::string& text, const File& file) {
+    const std::size_t end = zelva::file::live_end(text);
+    CHECK(end <= text.size());
+    CHECK(end == text.size() || is_same(fuzz::read_file(text.substr(0, end)), file));
+
+    // The longest line that finds room, which leaves none over.
+    const std::string name = "a new key";
+    const auto line = [&name](std::size_t size) { return name + " = S" + std::string(size, 'x') + '\n'; };
+    const auto fitted = [&](std::size_t size) { return zelva::file::fitted_into_withdrawn(text, line(size)); };
+    auto patch = fitted(0);
+    if (!patch) {
+        return;
+    }
+    std::size_t size = 0;
+    for (std::size_t too_long = zelva::file::sector_size; too_long - size > 1;) {
+        const std::size_t middle = (size + too_long) / 2;
+        if (auto longer = fitted(middle)) {
+            patch = std::move(longer);
+            size = middle;
+        } else {
+            too_long = middle;
+        }
+    }
+    std::string patched = text;
+    CHECK(patch->offset + patch->bytes.size() <= text.size());
+    patched.replace(patch->offset, patch->bytes.size(), patch->bytes);
+    CHECK(patched.compare(patch->text_offset, line(size).size(), line(size)) == 0);
+    CHECK(patch->offset / zelva::file::sector_size ==
+          (patch->offset + patch->bytes.size() - 1) / zelva::file::sector_size);
+    File with_new = file;
+    with_new.entries.emplace(name, std::string(size, 'x'));
+    CHECK(is_same(fuzz::read_file(patched), with_new));
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string text(reinterpret_cast<const char*>(data), size);
+    const File file = fuzz::read_file(text);
+    check_read(text, file);
+    check_compacted(text, file);
+    check_makes_room(text, file);
+    for (const auto& [name, value] : file.entries) {
+        if (zelva::file::is_key(name)) {
+            check_writes(name, value);
+        }
+    }
+    return 0;
+}
