@@ -157,7 +157,7 @@ BOOST_AUTO_TEST_CASE(the_first_write_creates_the_file_for_its_owner_alone) {
 }
 
 BOOST_AUTO_TEST_CASE(the_folder_is_created_for_its_owner_alone_when_a_store_is_opened) {
-    const std::string parent = fs::path(Folder::path()).parent_path();
+    const fs::path parent = fs::path(Folder::path()).parent_path();
     fs::remove_all(parent);
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_INVALID_PARAMS, zelva_core_configuration_init("none"));
     BOOST_CHECK(!fs::exists(Folder::path()));
@@ -172,7 +172,6 @@ BOOST_AUTO_TEST_CASE(the_folder_is_created_for_its_owner_alone_when_a_store_is_o
     zelva_core_settings_deinit();
     fs::remove(store_path());
     // A user's folders lead to no other user's files.
-    const fs::path parent = fs::path(Folder::path()).parent_path();
     fs::remove_all(parent);
     fs::permissions(parent.parent_path(), fs::perms::all);
     BOOST_CHECK(as_nobody([] { return zelva_core_settings_init("test") == ZELVA_CORE_STATUS_NO_ERROR; }));
