@@ -171,7 +171,9 @@ BOOST_AUTO_TEST_CASE(the_folder_is_created_for_its_owner_alone_when_a_store_is_o
     BOOST_CHECK_EQUAL("DEFAULT_k = I1\nk = I1\n", OpenStore::file());
     zelva_core_settings_deinit();
     fs::remove(store_path());
-    // A user's folders lead to no other user's files.
+}
+
+BOOST_AUTO_TEST_CASE(the_folders_of_a_user_lead_to_no_other_user_s_files) {
     const fs::path parent = fs::path(Folder::path()).parent_path();
     fs::remove_all(parent);
     fs::permissions(parent.parent_path(), fs::perms::all);
