@@ -33,7 +33,7 @@ zelva_core_status Store::open(std::string_view name) {
     if (contents_) {
         return ZELVA_CORE_STATUS_ALLOC_FAILED;
     }
-    Contents contents;
+    Contents contents{};
     contents.file = kind_ == file::Kind::settings
                         ? std::make_shared<file::StoreFile>(*path, file::shared_state_path(name))
                         : std::make_shared<file::StoreFile>(*path);
@@ -91,7 +91,7 @@ zelva_core_status Store::read_again(ReadLock& lock) {
         // Where the file is being changed, a thread of this program may have read it for that, and there is nothing to
         // wait for. To ask again and again has no end with many programs that write.
         const bool may_wait = attempt == most_attempts;
-        Contents fresh;
+        Contents fresh{};
         const std::optional<zelva_core_status> status =
             load(*file, may_wait ? file::StoreFile::Access::waiting : file::StoreFile::Access::at_once, fresh);
         if (!status) {
@@ -216,7 +216,7 @@ zelva_core_status SettingsStore::change(Rules&& rules) {
 }
 
 zelva_core_status SettingsStore::reload(file::StoreFile::Access access) {
-    Contents fresh;
+    Contents fresh{};
     if (const zelva_core_status status = *load(*contents_->file, access, fresh)) {
         return status;
     }

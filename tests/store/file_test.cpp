@@ -157,7 +157,7 @@ BOOST_AUTO_TEST_CASE(the_first_write_creates_the_file_for_its_owner_alone) {
 }
 
 BOOST_AUTO_TEST_CASE(the_folder_is_created_for_its_owner_alone_when_a_store_is_opened) {
-    const fs::path parent = fs::path(Folder::path()).parent_path();
+    const std::string parent = fs::path(Folder::path()).parent_path();
     fs::remove_all(parent);
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_INVALID_PARAMS, zelva_core_configuration_init("none"));
     BOOST_CHECK(!fs::exists(Folder::path()));
@@ -171,7 +171,10 @@ BOOST_AUTO_TEST_CASE(the_folder_is_created_for_its_owner_alone_when_a_store_is_o
     BOOST_CHECK_EQUAL("DEFAULT_k = I1\nk = I1\n", OpenStore::file());
     zelva_core_settings_deinit();
     fs::remove(store_path());
-    // A user's folders lead to no other user's files.
+}
+
+BOOST_AUTO_TEST_CASE(the_folders_of_a_user_lead_to_no_other_user_s_files) {
+    const fs::path parent = fs::path(Folder::path()).parent_path();
     fs::remove_all(parent);
     fs::permissions(parent.parent_path(), fs::perms::all);
     BOOST_CHECK(as_nobody([] { return zelva_core_settings_init("test") == ZELVA_CORE_STATUS_NO_ERROR; }));

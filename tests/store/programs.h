@@ -24,7 +24,7 @@ pid_t start(const std::function<int()>& body);
 /// What a program has ended with; -1 if it was killed.
 int result_of(pid_t program);
 
-/// A program that does what it is told, a step at a time, and ends where it stands when there are no more; or is killed.
+/// A program that does what it is told, a step at a time. Ends when there are no more steps, or is killed.
 class Program {
   public:
     /// Its number and its text are the results of steps. These are functions without a state, which the program has
