@@ -626,6 +626,17 @@ BOOST_AUTO_TEST_CASE(a_lock_that_cannot_be_looked_at_is_an_error_and_not_tried_f
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
 }
 
+BOOST_AUTO_TEST_CASE(a_lock_that_cannot_be_looked_at_is_given_back) {
+    const OpenStore store("k = I1\n");
+    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    before_call = [](const Call& call) { return call.name == "fstat"s ? Fate{EIO} : Fate{}; };
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 3));
+    before_call = nullptr;
+    Program other;
+    other.begin([](int value) { return static_cast<int>(set("k", value)); }, 4);
+    BOOST_CHECK(other.has_finished(10'000));
+}
+
 // Some file systems cannot flush a folder, and one that cannot be read cannot be opened for that.
 BOOST_AUTO_TEST_CASE(a_folder_that_cannot_be_flushed_at_all_keeps_nobody_from_writing) {
     const std::string file = "k = I1\n";

@@ -732,6 +732,13 @@ BOOST_AUTO_TEST_CASE(a_store_whose_counter_cannot_be_mapped_reads_and_is_not_wri
     BOOST_CHECK(is_at_rest());
 }
 
+// Of the library for tests, which this program alone links.
+BOOST_AUTO_TEST_CASE(who_asks_for_the_path_of_the_settings_may_put_a_file_there) {
+    std::filesystem::remove_all(Folder::path());
+    BOOST_CHECK_EQUAL(Folder::path(), zelva_core_debug_get_setting_path());
+    BOOST_CHECK(std::filesystem::is_directory(Folder::path()));
+}
+
 BOOST_AUTO_TEST_CASE(an_array_that_finds_no_memory_is_NULL) {
     const auto check_array = [](auto* allocate, auto* release) {
         for (const unsigned size : {0U, 5U}) {

@@ -381,6 +381,26 @@ BOOST_AUTO_TEST_CASE(what_an_editor_does_to_the_file_is_kept_by_the_next_write) 
     }
 }
 
+BOOST_AUTO_TEST_CASE(a_write_after_a_person_has_removed_the_file_begins_a_new_one) {
+    const OpenStore store("k = I1\n");
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    std::filesystem::remove(store_path());
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("l", 3));
+    BOOST_CHECK(keys() == Strings{"l"});
+    BOOST_CHECK_EQUAL("DEFAULT_l = I3\nl = I3\n", OpenStore::file());
+}
+
+BOOST_AUTO_TEST_CASE(a_store_that_is_closed_leaves_nothing_mapped_or_open) {
+    const OpenStore store("k = I1\n");
+    const int mappings = count_mappings(0);
+    const std::size_t files = number_of_open_files();
+    for (int i = 0; i < 5; ++i) {
+        BOOST_CHECK_EQUAL(0, reopen(0));
+        BOOST_CHECK_EQUAL(mappings, count_mappings(0));
+        BOOST_CHECK_EQUAL(files, number_of_open_files());
+    }
+}
+
 // Each of them alone tells: which file it is, its size, and its time, to the nanosecond.
 BOOST_AUTO_TEST_CASE(a_write_finds_an_edit_that_changes_little_about_the_file) {
     struct Edit {
