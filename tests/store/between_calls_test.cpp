@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "file/layout.h"
+#include "file/line.h"
 #include "file/writer.h"
 #include "programs.h"
 #include "support.h"
@@ -446,6 +447,12 @@ BOOST_AUTO_TEST_CASE(a_removed_lock_is_made_again_and_another_one_in_its_place_i
         BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
         BOOST_CHECK_EQUAL(file::page_size, fs::file_size(shared_state_path()));
     }
+}
+
+// No program can pass one; what stands behind it would be lost.
+BOOST_AUTO_TEST_CASE(a_name_that_holds_a_NUL_is_no_key) {
+    BOOST_CHECK(file::is_key("kl"));
+    BOOST_CHECK(!file::is_key("k\0l"s));
 }
 
 BOOST_AUTO_TEST_CASE(a_compaction_leaves_out_a_withdrawn_line_that_is_damaged) {
