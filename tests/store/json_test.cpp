@@ -113,6 +113,7 @@ BOOST_AUTO_TEST_CASE(what_is_not_json_is_refused) {
                              "[1}",
                              "{]",
                              "{1:2}",
+                             "{a\":1}",
                              "{a:1}",
                              "{'a':1}",
                              R"({"a")",
