@@ -470,6 +470,7 @@ BOOST_AUTO_TEST_CASE(a_write_in_the_place_of_NULs_does_not_bring_back_what_stand
     for (std::size_t count = 1; count < 30; ++count) {
         const OpenStore store("k = I1\n" + std::string(count, '\0') + "x = I5\n");
         BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+        BOOST_CHECK_EQUAL(0U, lines_of_file().count("x"));
         OpenStore::restart();
         BOOST_CHECK(keys() == Strings{"k"});
         BOOST_CHECK_EQUAL(Value(2), value_of("k"));
