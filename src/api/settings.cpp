@@ -1,6 +1,7 @@
 // The settings store's functions.
 #include <zelva/settings.h>
 
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -17,7 +18,14 @@ zelva_core_status zelva_core_settings_deinit(void) {
 }
 
 zelva_core_status zelva_core_settings_set_durability(zelva_core_durability durability) {
-    return guarded([&] { return settings().set_durability(durability); });
+    // C passes any number, which may be none that a variable of this type can have in C++.
+    unsigned number = 0;
+    static_assert(sizeof number == sizeof durability);
+    std::memcpy(&number, &durability, sizeof number);
+    if (number != ZELVA_CORE_DURABILITY_FULL && number != ZELVA_CORE_DURABILITY_RELAXED) {
+        return ZELVA_CORE_STATUS_INVALID_PARAMS;
+    }
+    return guarded([durability] { return settings().set_durability(durability); });
 }
 
 zelva_core_status zelva_core_settings_sync(void) {

@@ -391,9 +391,6 @@ zelva_core_status SettingsStore::sync() {
 }
 
 zelva_core_status SettingsStore::set_durability(zelva_core_durability durability) {
-    if (durability != ZELVA_CORE_DURABILITY_FULL && durability != ZELVA_CORE_DURABILITY_RELAXED) {
-        return ZELVA_CORE_STATUS_INVALID_PARAMS;
-    }
     const std::lock_guard writing(writing_);
     if (!contents_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;

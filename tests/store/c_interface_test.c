@@ -120,6 +120,15 @@ static void versions(void) {
     CHECK(old_version == 0 && new_version == 2);
 }
 
+static void durabilities(void) {
+    int number = 0;
+    for (number = -1; number < 4; ++number) {
+        const bool is_one = number == ZELVA_CORE_DURABILITY_FULL || number == ZELVA_CORE_DURABILITY_RELAXED;
+        CHECK(zelva_core_settings_set_durability((zelva_core_durability)number) ==
+              (is_one ? ZELVA_CORE_STATUS_NO_ERROR : ZELVA_CORE_STATUS_INVALID_PARAMS));
+    }
+}
+
 int main(void) {
     char folder[] = "/tmp/settings.XXXXXX";
     char path[sizeof folder + 20];
@@ -133,6 +142,7 @@ int main(void) {
     scalars();
     arrays();
     versions();
+    durabilities();
     CHECK_OK(zelva_core_settings_reload());
     CHECK_OK(zelva_core_settings_deinit());
     CHECK(zelva_core_settings_set_int_value("int", 1) == ZELVA_CORE_STATUS_NOT_INITIALIZED);

@@ -247,15 +247,6 @@ BOOST_AUTO_TEST_CASE(a_second_init_leaves_the_open_store_as_it_is) {
     BOOST_CHECK_EQUAL(Value(1), value_of("k"));
 }
 
-BOOST_AUTO_TEST_CASE(there_are_two_kinds_of_durability) {
-    const OpenStore store;
-    for (int number = -1; number < 4; ++number) {
-        const bool is_one = number == ZELVA_CORE_DURABILITY_FULL || number == ZELVA_CORE_DURABILITY_RELAXED;
-        BOOST_CHECK_EQUAL(is_one ? ZELVA_CORE_STATUS_NO_ERROR : ZELVA_CORE_STATUS_INVALID_PARAMS,
-                          zelva_core_settings_set_durability(static_cast<zelva_core_durability>(number)));
-    }
-}
-
 BOOST_AUTO_TEST_CASE(stopping_the_library_closes_both_stores) {
     write_file(configuration_path(), "k = I2\n");
     {
