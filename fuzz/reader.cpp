@@ -111,8 +111,8 @@ void check_makes_room(const std::string& text, const File& file) {
     const auto line = [&name](std::size_t size) { return name + " = S" + std::string(size, 'x') + '\n'; };
     const auto fitted = [&](std::size_t size) { return zelva::file::fitted_into_withdrawn(text, line(size)); };
     auto patch = fitted(0);
-    if (!patch) {
-        return;
+    if (!patch || file.entries.count(name) != 0) {
+        return;  // fuzzers learn what they are compared with
     }
     std::size_t size = 0;
     for (std::size_t too_long = zelva::file::sector_size; too_long - size > 1;) {
