@@ -35,6 +35,12 @@ STORES = {
     "leveldb": "LevelDB",
 }
 TEXT_FILES = ("QSettings", "GKeyFile", "KConfig")
+DURABLE_FLOOR = "set_durable_floor"
+
+
+def is_durable_set(measure):
+    """Or its floor."""
+    return measure.startswith("set_durable")
 
 
 class Size:
@@ -68,7 +74,9 @@ class Results:
         return [statistics.median(round[store, keys, measure]) for round in self._rounds]
 
     def value(self, store, keys, measure):
-        return statistics.median(self.rounds(store, keys, measure))
+        """That of a durable set as it would be beside the usual floor."""
+        value = statistics.median(self._comparable(store, keys, measure))
+        return value * self._usual_floor() if is_durable_set(measure) else value
 
     def ratio(self, above, below):
         """Of two results, each given as store, keys and measure."""
@@ -84,9 +92,14 @@ class Results:
     def _comparable(self, store, keys, measure):
         """Each round's result; that of a durable set by the floor that it was measured in turn with."""
         results = self.rounds(store, keys, measure)
-        if not measure.startswith("set_durable"):
+        if not is_durable_set(measure):
             return results
-        return [result / floor for result, floor in zip(results, self.rounds(store, keys, "set_durable_floor"))]
+        return [result / floor for result, floor in zip(results, self.rounds(store, keys, DURABLE_FLOOR))]
+
+    def _usual_floor(self):
+        """The time of a flush varies with that of day more than with the store."""
+        floors = (values for round in self._rounds for (_, _, name), values in round.items() if name == DURABLE_FLOOR)
+        return statistics.median(value for values in floors for value in values)
 
     def difference(self, one, other):
         return statistics.median(a - b for a, b in zip(self.rounds(*one), self.rounds(*other)))
@@ -302,7 +315,7 @@ class Report:
         self._add_same("list 100 keys by prefix", "list", self._size.middle, 1.5)
 
     def add_sets(self):
-        floor = self._at_main(OURS, "set_durable_floor")
+        floor = self._at_main(OURS, DURABLE_FLOOR)
         self._add_floor("set, durable", "set_durable", floor, 1.15, "<= 1.15x write and flush")
         self._add_faster("set, durable", ("set_durable",), 1, self._peers, "faster than every store")
         self._add_same("set, durable", "set_durable", self._size.few, 1.2)

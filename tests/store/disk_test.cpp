@@ -862,7 +862,7 @@ BOOST_AUTO_TEST_CASE(a_line_that_takes_the_place_of_a_longer_one_leaves_nothing_
 BOOST_AUTO_TEST_CASE(damage_among_withdrawn_lines_at_the_end_makes_room_too) {
     const std::string damage = "a\0b\n=ld\n"s;
     std::string file = "k = I1\nl = Sx\n";
-    file += "=" + std::string(3 * 4096 - file.size() - damage.size() - 2, '.') + "\n" + damage;
+    file += "=" + std::string(std::size_t{3} * 4096 - file.size() - damage.size() - 2, '.') + "\n" + damage;
     const OpenStore store(file);
     before_call = [&file](const Call& call) {
         const bool is_growing = call.name == "pwrite"s && fs::file_size(store_path()) + call.size > file.size();
