@@ -289,7 +289,7 @@ BOOST_AUTO_TEST_CASE(no_program_loses_a_write_of_another_though_some_are_killed)
     BOOST_CHECK_EQUAL(writers * rounds, ledger.steps());
     BOOST_TEST_MESSAGE(ledger.steps() << " durable writes of " << writers << " threads, and "
                                       << ledger.acknowledged(writers) << " of " << kills
-                                      << " programs that were killed");
+                                      << " programs until they were killed");
     BOOST_CHECK(ledger.acknowledged(writers) > kills / 2);
 }
 
