@@ -426,7 +426,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
     parser.add_argument("folder", help="where the stores are kept: on the disk that is to be measured")
     parser.add_argument("--programs", required=True, help="the folder of the programs")
-    parser.add_argument("--library", required=True)
+    parser.add_argument("--shared-library", required=True)
     parser.add_argument("--test-settings", help="the conformance program")
     parser.add_argument("--rounds", type=int, default=7)
     parser.add_argument("--quick", action="store_true", help="one round of tiny sizes: shows only that everything runs")
@@ -465,7 +465,7 @@ def main():
     report.add_memory()
     if arguments.test_settings:
         report.add_test_settings()
-    report.add_library(arguments.library)
+    report.add_library(arguments.shared_library)
     text = "\n\n".join(
         (
             description,
