@@ -207,12 +207,15 @@ zelva_core_status SettingsStore::change(Rules&& rules) {
         return std::forward<Rules>(rules)();
     }
     const UnlockAtEnd unlock{file};
-    if (!file.is_unchanged(revision())) {
-        if (const zelva_core_status status = reload(file::StoreFile::Access::locked)) {
-            return status;
-        }
+    if (const zelva_core_status status = update()) {
+        return status;
     }
     return std::forward<Rules>(rules)();
+}
+
+zelva_core_status SettingsStore::update() {
+    return contents_->file->is_unchanged(revision()) ? ZELVA_CORE_STATUS_NO_ERROR
+                                                     : reload(file::StoreFile::Access::locked);
 }
 
 zelva_core_status SettingsStore::reload(file::StoreFile::Access access) {
@@ -506,11 +509,15 @@ zelva_core_status SettingsStore::clear_default(std::string_view key) {
     if (lock_status_ != ZELVA_CORE_STATUS_NO_ERROR) {
         return lock_status_;
     }
+    // Another change follows, of a file that could perhaps not be looked at after this one.
+    const auto and_update = [this](zelva_core_status status) {
+        return status == ZELVA_CORE_STATUS_NO_ERROR ? update() : status;
+    };
     if (!contents_->layout.replaced.empty()) {
         // Among the lines that are still to be withdrawn may be that of its default, from before it was deleted.
-        zelva_core_status status = flush(true);
+        zelva_core_status status = and_update(flush(true));
         if (status == ZELVA_CORE_STATUS_NO_ERROR && contents_->durability == ZELVA_CORE_DURABILITY_FULL) {
-            status = flush(false);
+            status = and_update(flush(false));
         }
         if (status != ZELVA_CORE_STATUS_NO_ERROR) {
             return status;
@@ -519,7 +526,7 @@ zelva_core_status SettingsStore::clear_default(std::string_view key) {
     if (contents_->entries->find(key, Slot::default_value) == nullptr) {
         return ZELVA_CORE_STATUS_NO_ERROR;
     }
-    return commit(std::vector(1, change_of(key, Slot::default_value, std::nullopt)));
+    return and_update(commit(std::vector(1, change_of(key, Slot::default_value, std::nullopt))));
 }
 
 zelva_core_status SettingsStore::versions(unsigned& stored, unsigned& announced) const {

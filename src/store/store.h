@@ -177,6 +177,9 @@ class SettingsStore : public Store {
     template <class Rules>
     zelva_core_status change(Rules&& rules);
 
+    /// Reads the file again if memory does not stand for what it holds. REQUIRES: as change() has the lock of the file.
+    zelva_core_status update();
+
     /// Reads the file again, whatever is known of it. REQUIRES: writing_ is held.
     zelva_core_status reload(file::StoreFile::Access access);
 
@@ -198,7 +201,8 @@ class SettingsStore : public Store {
     /// Makes sure that the file has reached the disk. REQUIRES: within change().
     zelva_core_status flush(bool is_to_be_tidied);
 
-    /// Sees to it that there is no default for an absent key to come by. REQUIRES: within change().
+    /// Sees to it that there is no default for an absent key to come by. May read the file again. REQUIRES: within
+    /// change().
     zelva_core_status clear_default(std::string_view key);
 
     /// Leaves the file as a person would, where that can be done.
