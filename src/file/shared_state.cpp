@@ -157,9 +157,7 @@ void SharedState::unlock() {
 }
 
 void SharedState::begin_change() {
-    std::atomic<std::uint64_t>& changes = page_.load(std::memory_order_relaxed)->changes;
-    const std::uint64_t before = changes.load(std::memory_order_relaxed);
-    changes.store(before + 1 + before % 2, std::memory_order_release);
+    page_.load(std::memory_order_relaxed)->changes.fetch_add(1, std::memory_order_release);
     std::atomic_thread_fence(std::memory_order_seq_cst);  // before anything of the change
 }
 

@@ -54,7 +54,7 @@ class SharedState {
         bool is_refused_ = false;
     };
 
-    /// Around a change of the store's file. REQUIRES: the lock is held.
+    /// Around a change of the store's file. REQUIRES: the lock is held; the counter is even at the beginning.
     void begin_change();
     void end_change();
 

@@ -46,17 +46,17 @@ class ReadersLock {
             }
         }
     }
+    void unlock() {
+        is_writing_.store(false, std::memory_order_release);
+        writers_.unlock();
+    }
+
     /// In the child after fork(), which has the thread alone that holds the lock: another one may have been counted
     /// that had come to see the lock was taken.
     void forget_readers() {
         for (Slot& slot : slots_) {
             slot.readers.store(0, std::memory_order_relaxed);
         }
-    }
-
-    void unlock() {
-        is_writing_.store(false, std::memory_order_release);
-        writers_.unlock();
     }
 
   private:
