@@ -53,10 +53,6 @@ class Interference {
     Interference& operator=(const Interference&) = delete;
 };
 
-std::string shared_state_path() {
-    return Folder::path() + "/.zelva/test";
-}
-
 /// Lines that make a compaction due.
 std::string dead_lines() {
     std::string text;

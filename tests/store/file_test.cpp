@@ -257,7 +257,7 @@ BOOST_AUTO_TEST_CASE(the_target_of_a_link_may_have_the_longest_name_there_is) {
 
 // The lock and the counter are written: whoever may put a link into their place would have another file written.
 BOOST_AUTO_TEST_CASE(a_link_in_the_place_of_what_programs_share_is_not_followed) {
-    const std::string shared = Folder::path() + "/.zelva/test";
+    const std::string shared = shared_state_path();
     const std::string target = Folder::path() + "/target";
     { const OpenStore store("k = I1\n"); }
     write_file(target, "somebody's\n");
@@ -290,7 +290,7 @@ BOOST_AUTO_TEST_CASE(what_is_no_file_is_refused) {
 }
 
 BOOST_AUTO_TEST_CASE(a_store_whose_lock_is_no_file_reads_and_is_not_written) {
-    const std::string lock = Folder::path() + "/.zelva/test";
+    const std::string lock = shared_state_path();
     fs::remove(lock);
     BOOST_REQUIRE_EQUAL(0, mkfifo(lock.c_str(), 0600));
     const OpenStore store("k = I1\n");
@@ -391,7 +391,7 @@ BOOST_AUTO_TEST_CASE(a_file_that_its_owner_has_made_read_only_is_not_written) {
     const OpenStore store("k = I1\n");
     BOOST_REQUIRE_EQUAL(0, chmod(Folder::path().c_str(), 0777));
     if (geteuid() == 0) {
-        for (const std::string& path : {store_path(), Folder::path() + "/.zelva", Folder::path() + "/.zelva/test"}) {
+        for (const std::string& path : {store_path(), Folder::path() + "/.zelva", shared_state_path()}) {
             BOOST_REQUIRE_EQUAL(0, chown(path.c_str(), nobody, getegid()));
         }
     }

@@ -213,19 +213,17 @@ class Copy {
         for (const std::string& name : names_in_folder()) {
             files_.emplace_back(name, read_file(store_path(name)));
         }
-        shared_ = read_file(shared_path());
+        shared_ = read_file(shared_state_path());
     }
     void restore() const {
         write_start(std::nullopt);
         for (const auto& [name, text] : files_) {
             write_file(store_path(name), text);
         }
-        write_file(shared_path(), shared_);
+        write_file(shared_state_path(), shared_);
     }
 
   private:
-    static std::string shared_path() { return store_path(".zelva/test"); }
-
     std::vector<std::pair<std::string, std::string>> files_;
     std::string shared_;
 };

@@ -99,10 +99,6 @@ bool call_with_failure(std::size_t n, const Operation& operation) {
     return has_failed;
 }
 
-std::string shared_state_path() {
-    return Folder::path() + "/.zelva/test";
-}
-
 /// The counter of changes that programs share.
 std::uint64_t counter() {
     const std::string page = read_file(shared_state_path());

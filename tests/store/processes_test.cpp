@@ -188,7 +188,7 @@ BOOST_AUTO_TEST_CASE(the_lock_of_a_program_that_was_killed_is_free_also_while_it
 }
 
 BOOST_AUTO_TEST_CASE(a_program_that_died_in_the_middle_of_a_change_holds_nobody_up) {
-    const std::string shared = Folder::path() + "/.zelva/test";
+    const std::string shared = shared_state_path();
     const auto counter = [&shared] {
         std::uint64_t changes = 0;
         std::memcpy(&changes, read_file(shared).data(), sizeof changes);
@@ -435,7 +435,7 @@ BOOST_AUTO_TEST_CASE(a_user_who_may_only_read_sees_what_others_write) {
         BOOST_REQUIRE_EQUAL(0, chmod(Folder::path().c_str(), 0755));
         BOOST_REQUIRE_EQUAL(0, chmod(store_path().c_str(), 0644));
         BOOST_REQUIRE_EQUAL(0, chmod((Folder::path() + "/.zelva").c_str(), mode));
-        BOOST_REQUIRE_EQUAL(0, chmod((Folder::path() + "/.zelva/test").c_str(), 0644));
+        BOOST_REQUIRE_EQUAL(0, chmod(shared_state_path().c_str(), 0644));
         Program reader([] { become(65534, 65534); });
         for (int i = 2; i < 6; ++i) {
             BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", i));

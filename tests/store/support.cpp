@@ -171,6 +171,9 @@ std::string store_path(const std::string& name) {
 std::string configuration_path(const std::string& name) {
     return Folder::path() + "/CONFIG_" + name;
 }
+std::string shared_state_path() {
+    return Folder::path() + "/.zelva/test";
+}
 
 void write_file(const std::string& path, const std::string& text) {
     std::ofstream file(path, std::ios::binary);

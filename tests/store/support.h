@@ -36,6 +36,10 @@ class Folder {
 
 std::string store_path(const std::string& name = "test");
 std::string configuration_path(const std::string& name = "test");
+
+/// The file that programs share which have the store "test" open.
+std::string shared_state_path();
+
 void write_file(const std::string& path, const std::string& text);
 std::string read_file(const std::string& path);
 
