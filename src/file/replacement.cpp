@@ -102,9 +102,11 @@ int Replacement::replace(const struct stat* old, std::string_view text, Stamp& s
     }
     if (const int error = sync_folder(folder_)) {
         has_failed_to_flush_ = true;
-        const int undone = is_exchanged ? rename(RENAME_EXCHANGE) : old == nullptr ? system::unlink(path_.c_str()) : -1;
-        if (undone != 0) {
-            stamp = {};
+        // Where even that cannot be undone, the next change finds another file in place.
+        if (is_exchanged) {
+            rename(RENAME_EXCHANGE);
+        } else if (old == nullptr) {
+            system::unlink(path_.c_str());
         }
         return error;
     }

@@ -33,8 +33,8 @@ class Replacement {
     /// Gives the file its content and the mode and owner of the one that it replaces (nullptr: there is none), brings
     /// it to the disk, puts it in place, and tells its stamp.
     ///
-    /// 0, or the errno of what failed. Then the old file is in place, or, if not even that could be made so, nobody
-    /// knows, and `stamp` becomes that of no file. Takes no memory.
+    /// 0, or the errno of what failed. Then the old file is in place or, where not even that could be made so, the new
+    /// one, and `stamp` is as it was. Takes no memory.
     int replace(const struct stat* old, std::string_view text, Stamp& stamp);
 
     /// Whether the folder could not be brought to the disk: then nobody knows which file a loss of power would leave.

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <cstdint>
 #include <cstring>
@@ -11,6 +12,7 @@
 #include <fstream>
 #include <functional>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -281,6 +283,33 @@ BOOST_AUTO_TEST_CASE(a_get_does_without_a_lock_that_cannot_be_taken) {
             BOOST_CHECK_GT(failures, 0);
         }
     }
+}
+
+// Where the change before it is not in memory, the file has to be read. Half of a line would be another value.
+BOOST_AUTO_TEST_CASE(a_get_does_not_read_what_another_program_has_written_half) {
+    const TimeLimit limit;
+    const OpenStore store("k = Sx\n");
+    Program other;
+    BOOST_REQUIRE_EQUAL(0, other.run([](int) { return static_cast<int>(set("k", "second"s)); }));
+    other.begin([](int) {
+        bool is_torn = false;
+        const Interference interference([&is_torn](const Call& call) {
+            if (call.name != "pwrite"s) {
+                return Fate{};
+            }
+            if (!std::exchange(is_torn, true)) {
+                return Fate{0, call.size / 2};
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            return Fate{};
+        });
+        return static_cast<int>(set("k", std::string(300, 'y')));
+    });
+    while (read_file(store_path()).find("yyy") == std::string::npos) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    BOOST_CHECK_EQUAL(Value(std::string(300, 'y')), value_of("k"));
+    BOOST_CHECK_EQUAL(0, other.result());
 }
 
 BOOST_AUTO_TEST_CASE(what_another_program_has_changed_and_cannot_be_read_is_an_error_for_every_operation) {
