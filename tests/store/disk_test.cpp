@@ -602,6 +602,12 @@ BOOST_AUTO_TEST_CASE(a_new_file_reaches_the_disk_before_it_takes_the_old_one_s_p
     BOOST_CHECK(read_file(store_path()).find("=ld") == std::string::npos);
 }
 
+BOOST_AUTO_TEST_CASE(a_new_file_is_not_flushed_before_it_grows) {
+    const OpenStore store(wasteful_file() + "text = Sshort\n");
+    BOOST_REQUIRE_EQUAL(1U, Calls([] { set("k", 2); }).count("renameat2"));
+    BOOST_CHECK_EQUAL(2U, Calls([] { set("text", text_of(700)); }).count("fdatasync"));  // the line; its first byte
+}
+
 BOOST_AUTO_TEST_CASE(a_file_that_cannot_be_replaced_is_changed_in_place) {
     const OpenStore store(wasteful_file());
     before_call = [](const Call& call) { return call.name == "renameat2"s ? Fate{EACCES} : Fate{}; };

@@ -387,21 +387,24 @@ BOOST_AUTO_TEST_CASE(who_may_only_read_a_store_reads_it_without_a_counter) {
     fs::remove(shared_folder + "/test");
 }
 
+// Without a line feed at its end it would be replaced, which takes no more than its folder.
 BOOST_AUTO_TEST_CASE(a_file_that_its_owner_has_made_read_only_is_not_written) {
-    const OpenStore store("k = I1\n");
-    BOOST_REQUIRE_EQUAL(0, chmod(Folder::path().c_str(), 0777));
-    if (geteuid() == 0) {
-        for (const std::string& path : {store_path(), Folder::path() + "/.zelva", shared_state_path()}) {
-            BOOST_REQUIRE_EQUAL(0, chown(path.c_str(), nobody, getegid()));
+    for (const std::string& text : {"k = I1\n"s, "k = I1"s}) {
+        const OpenStore store(text);
+        BOOST_REQUIRE_EQUAL(0, chmod(Folder::path().c_str(), 0777));
+        if (geteuid() == 0) {
+            for (const std::string& path : {store_path(), Folder::path() + "/.zelva", shared_state_path()}) {
+                BOOST_REQUIRE_EQUAL(0, chown(path.c_str(), nobody, getegid()));
+            }
         }
+        BOOST_REQUIRE_EQUAL(0, chmod(store_path().c_str(), 0444));
+        BOOST_CHECK(as_nobody([] { return set("k", 2) == ZELVA_CORE_STATUS_IO_FAILED && value_of("k") == Value(1); }));
+        BOOST_CHECK_EQUAL(text, read_file(store_path()));
+        BOOST_REQUIRE_EQUAL(0, chmod(store_path().c_str(), 0600));
+        BOOST_CHECK(as_nobody([] { return set("k", 2) == ZELVA_CORE_STATUS_NO_ERROR; }));
+        BOOST_CHECK_EQUAL("k = I2\n", OpenStore::file());
+        BOOST_REQUIRE_EQUAL(0, chmod(Folder::path().c_str(), 0700));
     }
-    BOOST_REQUIRE_EQUAL(0, chmod(store_path().c_str(), 0444));
-    BOOST_CHECK(as_nobody([] { return set("k", 2) == ZELVA_CORE_STATUS_IO_FAILED && value_of("k") == Value(1); }));
-    BOOST_CHECK_EQUAL("k = I1\n", OpenStore::file());
-    BOOST_REQUIRE_EQUAL(0, chmod(store_path().c_str(), 0600));
-    BOOST_CHECK(as_nobody([] { return set("k", 2) == ZELVA_CORE_STATUS_NO_ERROR; }));
-    BOOST_CHECK_EQUAL("k = I2\n", OpenStore::file());
-    BOOST_REQUIRE_EQUAL(0, chmod(Folder::path().c_str(), 0700));
 }
 
 BOOST_AUTO_TEST_CASE(a_file_that_cannot_be_read_is_not_an_empty_store) {
