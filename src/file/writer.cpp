@@ -60,7 +60,7 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
         if (is_out_of_room(error) && (error = cut_withdrawn()) == 0) {
             error = append(texts[i], is_last, offset);
         }
-        if (is_out_of_room(error) && (texts.size() == 1 || is_new) && texts[i].size() <= sector_size) {
+        if (is_out_of_room(error) && (texts.size() == 1 || is_new)) {
             error = reuse(texts[i], changes, offset);
         }
         if (is_out_of_room(error) && is_new && texts.size() < texts_apart.size()) {

@@ -463,6 +463,14 @@ BOOST_AUTO_TEST_CASE(a_set_costs_one_flush_and_two_writes_of_its_line_and_two_by
     }
 }
 
+BOOST_AUTO_TEST_CASE(a_new_key_costs_one_flush_and_one_write) {
+    const OpenStore store("# a comment\n");
+    set("other", 1);
+    const Calls calls([] { BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 1)); });
+    BOOST_CHECK_EQUAL(1U, calls.count("fdatasync"));
+    BOOST_CHECK_EQUAL(1U, calls.count("pwrite"));
+}
+
 BOOST_AUTO_TEST_CASE(a_set_in_a_store_of_a_thousand_keys_writes_less_than_three_times_its_line) {
     const OpenStore store;
     std::size_t lines = 0;
