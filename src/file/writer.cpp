@@ -113,11 +113,7 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
 
 int Writer::append(const std::string& text, bool is_last, std::size_t& offset) {
     if (layout_.is_damaged) {
-        int error = cut(layout_.text_end);
-        if (error == 0) {
-            error = flush();
-        }
-        if (error != 0) {
+        if (const int error = cut(layout_.text_end)) {
             return error;
         }
         layout_.is_damaged = false;
@@ -314,17 +310,14 @@ int Writer::cut_withdrawn() {
     if (end >= layout_.text_end) {
         return ENOSPC;
     }
-    int error = cut(end);
-    if (error == 0) {
-        error = flush();
-    }
-    return error;
+    return cut(end);
 }
 
 int Writer::extend(std::size_t size) {
     if (size <= layout_.size) {
         return 0;
     }
+    // What was cut off would come back as if it had been written since.
     if (!layout_.is_end_flushed) {
         if (const int error = flush()) {
             return error;
