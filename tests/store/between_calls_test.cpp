@@ -11,6 +11,8 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <map>
+#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -327,6 +329,18 @@ BOOST_AUTO_TEST_CASE(what_another_program_has_changed_and_cannot_be_read_is_an_e
     BOOST_CHECK_EQUAL(Value(2), value_of("k"));
 }
 
+// Without the lock nobody knows whether the value is the present one, and on the disk.
+BOOST_AUTO_TEST_CASE(what_needs_to_write_nothing_takes_the_lock_all_the_same) {
+    const OpenStore store("k = I1\n");
+    BOOST_REQUIRE_EQUAL(0, result_of(start([] { return set("k", 2); })));
+    {
+        const Interference interference("lock", Fate{ENOLCK});
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 1));
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_settings_sync());
+    }
+    BOOST_CHECK_EQUAL(Value(2), value_of("k"));
+}
+
 // Where two files cannot change places, the old one is gone when the folder fails to reach the disk.
 BOOST_AUTO_TEST_CASE(a_file_that_was_replaced_for_good_is_found_by_the_next_write) {
     const OpenStore store("k = I1\n" + dead_lines());
@@ -443,6 +457,64 @@ BOOST_AUTO_TEST_CASE(a_set_on_a_full_disk_is_done_or_refused_whichever_write_fai
     BOOST_CHECK_EQUAL(2 * situations.size() - 2, done);
 }
 
+BOOST_AUTO_TEST_CASE(a_line_takes_what_room_a_full_disk_has_left) {
+    const std::string text = "k = I1\n";
+    const OpenStore store(text + "#" + std::string(file::page_size - text.size() - 2, '.') + "\n");
+    {
+        const Interference interference([](const Call& call) {
+            constexpr std::size_t room = 600;
+            return Fate{0, call.name == "pwrite"s && call.size >= file::page_size ? room
+                           : call.name == "pwrite"s && call.size > room           ? 0
+                                                                                  : SIZE_MAX};
+        });
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    }
+    OpenStore::restart();
+    BOOST_CHECK_EQUAL(Value(2), value_of("k"));
+}
+
+// A default without its key means nothing, but would count once there is the key.
+BOOST_AUTO_TEST_CASE(an_old_default_behind_the_room_that_is_taken_is_withdrawn_on_the_disk_first) {
+    std::string text = "=" + std::string(60, 'w') + "\nDEFAULT_k = I5\n";
+    const OpenStore store(text + "#" + std::string(file::page_size - text.size() - 2, '.') + "\n");
+    std::string calls;
+    {
+        const Interference interference([&calls](const Call& call) {
+            const bool is_growing = call.name == "pwrite"s && call.size >= file::page_size;
+            const bool is_of_interest = call.name == "pwrite"s || call.name == "fdatasync"s;
+            calls += is_of_interest && !is_growing ? call.name + " "s : "";
+            return Fate{is_growing ? ENOSPC : 0};
+        });
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    }
+    const std::string last = "pwrite fdatasync pwrite fdatasync ";
+    BOOST_REQUIRE_GE(calls.size(), last.size());
+    BOOST_CHECK_EQUAL(last, calls.substr(calls.size() - last.size()));
+    OpenStore::restart();
+    BOOST_CHECK(state_of_store() == (State{{"k", {2, 2}}}));
+}
+
+// Its room may be another key's by the time that the key is set.
+BOOST_AUTO_TEST_CASE(an_old_default_that_was_withdrawn_for_nothing_is_not_withdrawn_again) {
+    const std::string value(44, 'v');
+    std::string text = "l = Sx\n=" + std::string(38, 'w') + "\nDEFAULT_k = I5\n";
+    const OpenStore store(text + "#" + std::string(file::page_size - text.size() - 2, '.') + "\n");
+    bool is_refusing = true;
+    {
+        const Interference interference([&is_refusing](const Call& call) {
+            const bool is_growing = call.name == "pwrite"s && call.size >= file::page_size;
+            const bool is_patch = call.name == "pwrite"s && call.size > 1 && !is_growing;
+            return Fate{is_growing ? ENOSPC : is_patch && std::exchange(is_refusing, false) ? EIO : 0};
+        });
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 2));
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("l", value));
+    }
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 3));
+    OpenStore::restart();
+    BOOST_CHECK_EQUAL(Value(value), value_of("l"));
+    BOOST_CHECK_EQUAL(Value(3), value_of("k"));
+}
+
 // The file that a get has read is not that of the store that is open by then.
 BOOST_AUTO_TEST_CASE(a_store_may_be_closed_or_another_one_opened_while_a_get_reads) {
     const TimeLimit limit;
@@ -478,6 +550,72 @@ BOOST_AUTO_TEST_CASE(a_removed_lock_is_made_again_and_another_one_in_its_place_i
         BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
         BOOST_CHECK_EQUAL(file::page_size, fs::file_size(shared_state_path()));
     }
+}
+
+// What it relies on after many changes, of short lines and long ones and on a disk that is full at times.
+BOOST_AUTO_TEST_CASE(what_a_writer_knows_of_a_file_is_what_the_file_holds) {
+    const OpenStore store;
+    const file::Descriptor descriptor(open(store_path().c_str(), O_RDWR | O_CLOEXEC));
+    file::Layout layout;
+    std::map<std::string, file::Line, std::less<>> lines;
+    bool is_full = false;
+    const Interference interference([&](const Call& call) {
+        return Fate{is_full && call.name == "pwrite"s && call.size >= file::page_size ? ENOSPC : 0};
+    });
+    int refused = 0;
+    int done_when_full = 0;
+    for (unsigned i = 0; i < 500; ++i) {
+        is_full = i % 7 == 3;
+        const std::string key = std::to_string(i * i % 11);
+        const auto line_of = [&lines](const std::string& name) {
+            const auto found = lines.find(name);
+            return found == lines.end() ? std::nullopt : std::optional(found->second);
+        };
+        const bool is_present = line_of(key).has_value();
+        const bool is_removed = is_present && i % 3 == 0;
+        const std::size_t sizes[] = {1, 200, 500, 700, 5000};
+        const Value value(std::string(sizes[i % 5], 'v'));
+        std::vector<file::Change> changes;
+        if (is_removed) {
+            changes.push_back({key, {}, line_of(key)});
+            changes.push_back({"DEFAULT_" + key, {}, line_of("DEFAULT_" + key)});
+        } else {
+            if (!is_present) {
+                changes.push_back({"DEFAULT_" + key, value, {}});
+            }
+            changes.push_back({key, value, line_of(key)});
+        }
+        file::Writer writer(descriptor, layout, ZELVA_CORE_DURABILITY_FULL);
+        const auto placed = [&lines](std::string_view name, file::Line line) { lines[std::string(name)] = line; };
+        const int error = is_removed ? writer.remove(changes) : writer.put(changes, placed);
+        for (const file::Change& change : changes) {
+            if (is_removed && error == 0) {
+                lines.erase(change.key);
+            }
+        }
+        refused += error != 0 ? 1 : 0;
+        done_when_full += is_full && error == 0 ? 1 : 0;
+        std::map<std::string, file::Line, std::less<>> held;
+        const std::string text = read_file(store_path());
+        const file::Layout found = file::read_layout(text, [&held](file::Entry&& entry, file::Line line) {
+            const auto [place, is_new] = held.try_emplace(std::string(entry.key), line);
+            return is_new ? std::nullopt : std::optional(std::exchange(place->second, line));
+        });
+        BOOST_TEST_CONTEXT("change " << i << " of " << key << (is_removed ? ", removed" : "") << ", error " << error) {
+            BOOST_CHECK_EQUAL(found.size, layout.size);
+            BOOST_CHECK_EQUAL(found.text_end, layout.text_end);
+            BOOST_CHECK_EQUAL(found.live, layout.live);
+            BOOST_CHECK_EQUAL(found.dead, layout.dead);
+            BOOST_CHECK_EQUAL(held.size(), lines.size());
+            BOOST_CHECK(
+                std::equal(held.begin(), held.end(), lines.begin(), lines.end(), [](const auto& a, const auto& b) {
+                    return a.first == b.first && a.second.offset == b.second.offset && a.second.size == b.second.size;
+                }));
+        }
+    }
+    BOOST_TEST_MESSAGE(refused << " refused, " << done_when_full << " done on a full disk");
+    BOOST_CHECK_GT(refused, 0);
+    BOOST_CHECK_GT(done_when_full, 0);
 }
 
 // No program can pass one; what stands behind it would be lost.

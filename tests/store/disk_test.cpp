@@ -471,6 +471,43 @@ BOOST_AUTO_TEST_CASE(a_new_key_costs_one_flush_and_one_write) {
     BOOST_CHECK_EQUAL(1U, calls.count("pwrite"));
 }
 
+BOOST_AUTO_TEST_CASE(a_delete_costs_a_flush_or_none) {
+    for (const bool is_relaxed : {false, true}) {
+        const OpenStore store("k = I1\nDEFAULT_k = I1\n");
+        zelva_core_settings_sync();
+        zelva_core_settings_set_durability(is_relaxed ? ZELVA_CORE_DURABILITY_RELAXED : ZELVA_CORE_DURABILITY_FULL);
+        const Calls calls([] { BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_delete_key("k")); });
+        BOOST_CHECK_EQUAL(is_relaxed ? 0U : 1U, calls.count("fdatasync"));
+    }
+}
+
+BOOST_AUTO_TEST_CASE(a_version_that_is_there_is_flushed_once) {
+    const OpenStore store("Version = I5\n");
+    unsigned version = 0;
+    for (const std::size_t flushes : {1U, 0U}) {
+        const Calls calls([&version] { zelva_core_settings_get_and_set_version(&version, 5); });
+        BOOST_CHECK_EQUAL(flushes, calls.count("fdatasync"));
+    }
+}
+
+BOOST_AUTO_TEST_CASE(a_first_version_does_not_come_by_the_default_of_a_deleted_one) {
+    const OpenStore store("k = I1\n");
+    zelva_core_settings_set_durability(ZELVA_CORE_DURABILITY_RELAXED);
+    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("Version", 7));
+    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_delete_key("Version"));
+    zelva_core_settings_set_durability(ZELVA_CORE_DURABILITY_FULL);
+    unsigned version = 0;
+    const Calls calls([&version] { zelva_core_settings_get_and_set_version(&version, 3); });
+    std::string names;
+    for (const Call& call : calls.all) {
+        names += call.name == "pwrite"s || call.name == "fdatasync"s ? call.name + " "s : "";
+    }
+    // What the deleted one had is on the disk, then withdrawn on the disk, before there is a version again.
+    BOOST_CHECK_EQUAL("fdatasync pwrite fdatasync pwrite fdatasync ", names);
+    BOOST_CHECK_EQUAL(0U, lines_of_file().count("DEFAULT_Version"));
+    BOOST_CHECK_EQUAL(Value(3), value_of("Version"));
+}
+
 BOOST_AUTO_TEST_CASE(a_set_in_a_store_of_a_thousand_keys_writes_less_than_three_times_its_line) {
     const OpenStore store;
     std::size_t lines = 0;
@@ -493,6 +530,7 @@ BOOST_AUTO_TEST_CASE(what_changes_nothing_writes_nothing) {
     const OpenStore store("k = I1\nDEFAULT_k = I2\n");
     set("k", 3);
     zelva_core_settings_sync();
+    const std::string counter = read_file(shared_state_path());
     const Calls calls([] {
         set("k", 3);
         set_default("k", 2);
@@ -502,6 +540,9 @@ BOOST_AUTO_TEST_CASE(what_changes_nothing_writes_nothing) {
         zelva_core_settings_set_durability(ZELVA_CORE_DURABILITY_RELAXED);
         set("k", 3);
     });
+    BOOST_CHECK(counter == read_file(shared_state_path()));  // other programs do not read the file again
+    set("k", 4);
+    BOOST_CHECK_EQUAL(0U, Calls([] { set("k", 4); }).count("fdatasync"));
     for (const char* name : {"pwrite", "fdatasync", "fsync", "ftruncate", "renameat2"}) {
         BOOST_CHECK_EQUAL(0U, calls.count(name));
     }

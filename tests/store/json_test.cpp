@@ -175,6 +175,8 @@ BOOST_AUTO_TEST_CASE(what_is_not_unicode_is_refused) {
                              "\"\xC1\xBF\"",
                              "\"\xC3\"",
                              "\"\xC3(\"",
+                             "\"\xC3\xC3\"",
+                             "\"\xC3\xFF\"",
                              "\"\xE0\x80\x80\"",
                              "\"\xE0\x9F\xBF\"",
                              "\"\xE2\x82\"",

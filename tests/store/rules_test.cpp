@@ -566,13 +566,16 @@ BOOST_AUTO_TEST_CASE(the_version_never_comes_by_a_default) {
 }
 
 BOOST_AUTO_TEST_CASE(a_version_key_of_another_type_is_left_alone) {
-    const OpenStore store("Version = Sone\n");
-    unsigned old_version = 99;
-    unsigned new_version = 99;
-    check_refused(ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE,
-                  [&] { return zelva_core_settings_get_and_set_version(&old_version, 1); });
-    BOOST_CHECK_EQUAL(99U, old_version);
-    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_INVALID_PARAMS, zelva_core_settings_get_versions(&old_version, &new_version));
+    for (const char* value : {"Sone", "J1", "BTRUE", "D1", "AS1", "AI1", "AB1", "AD1"}) {
+        const OpenStore store("Version = "s + value + "\n");
+        unsigned old_version = 99;
+        unsigned new_version = 99;
+        check_refused(ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE,
+                      [&] { return zelva_core_settings_get_and_set_version(&old_version, 1); });
+        BOOST_CHECK_EQUAL(99U, old_version);
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_INVALID_PARAMS,
+                          zelva_core_settings_get_versions(&old_version, &new_version));
+    }
 }
 
 // Enough keys for any order of theirs in the table that holds them, and lists all along, which keep them sorted.

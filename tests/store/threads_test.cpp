@@ -5,11 +5,13 @@
 
 #include <atomic>
 #include <filesystem>
+#include <shared_mutex>
 #include <string>
 #include <thread>
 
 #include "ledger.h"
 #include "programs.h"
+#include "store/readers_lock.h"
 #include "support.h"
 
 namespace {
@@ -169,6 +171,34 @@ BOOST_AUTO_TEST_CASE(a_child_forked_while_another_thread_writes_can_write) {
     }
     done = true;
     writer.join();
+}
+
+BOOST_AUTO_TEST_CASE(a_child_does_not_wait_for_a_reader_that_it_does_not_have) {
+    zelva::store::ReadersLock lock;
+    std::atomic<bool> is_reading{false};
+    std::atomic<bool> done{false};
+    std::thread reader([&] {
+        const std::shared_lock reading(lock);
+        is_reading = true;
+        while (!done) {
+            std::this_thread::yield();
+        }
+    });
+    while (!is_reading) {
+        std::this_thread::yield();
+    }
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(20);
+        lock.forget_readers();
+        lock.lock();
+        _exit(0);
+    }
+    int status = -1;
+    BOOST_REQUIRE_EQUAL(child, waitpid(child, &status, 0));
+    BOOST_CHECK_EQUAL(0, status);
+    done = true;
+    reader.join();
 }
 #endif
 
