@@ -176,10 +176,11 @@ zelva_core_status StoreFile::apply(const std::vector<Change>& changes, zelva_cor
     const bool is_wasteful = layout.is_wasteful() && layout.dead >= next_compaction_;
     if (must_rebuild || is_wasteful) {
         const int error = rebuild(changes, layout, stamp, placed);
-        if (error == 0 || must_rebuild || is_distrusted_) {
+        if (error == 0 || must_rebuild) {
             return status_of(error);
         }
-        // Where the folder cannot be written or has no room, the file still can.
+        // Where the folder cannot be written or has no room, the file still can. Where the folder could not be flushed,
+        // a loss of power leaves one of two files, and both have the changes then.
         next_compaction_ = layout.dead + page_size;
     }
     return status_of(write_in_place(durability, layout, stamp, [&](Writer& writer) {
