@@ -66,6 +66,16 @@ std::string dead_lines() {
     return text;
 }
 
+/// A text and a comment behind it that fill a page: the next line needs another one.
+std::string filled_page(const std::string& text) {
+    return text + "#" + std::string(file::page_size - text.size() - 2, '.') + "\n";
+}
+
+/// Whether the file is to get another page.
+bool is_growing(const Call& call) {
+    return call.name == "pwrite"s && call.size >= file::page_size;
+}
+
 /// What a program leaves that dies in the middle of a change which nobody has seen yet.
 void leave_change_unfinished() {
     std::string page = read_file(shared_state_path());
@@ -422,8 +432,7 @@ BOOST_AUTO_TEST_CASE(a_set_on_a_full_disk_is_done_or_refused_whichever_write_fai
     for (std::size_t i = 0; i < 2 * situations.size(); ++i) {
         const auto& [lines, value] = situations[i / 2];
         const int full = i % 2 == 0 ? ENOSPC : EDQUOT;
-        std::string text = "=" + std::string(1100, 'w') + "\n" + lines;
-        text += "#" + std::string(file::page_size - text.size() - 2, '.') + "\n";
+        const std::string text = filled_page("=" + std::string(1100, 'w') + "\n" + lines);
         bool is_reached = true;
         for (std::size_t n = 1; is_reached; ++n) {
             const OpenStore store(text);
@@ -432,10 +441,9 @@ BOOST_AUTO_TEST_CASE(a_set_on_a_full_disk_is_done_or_refused_whichever_write_fai
             {
                 std::size_t number = 0;
                 const Interference interference([&](const Call& call) {
-                    const bool is_growing = call.name == "pwrite"s && call.size > file::sector_size;
                     const bool is_write = call.name == "pwrite"s || call.name == "fdatasync"s;
-                    number += is_write && !is_growing ? 1 : 0;
-                    return Fate{is_growing ? full : is_write && number == n ? EIO : 0};
+                    number += is_write && !is_growing(call) ? 1 : 0;
+                    return Fate{is_growing(call) ? full : is_write && number == n ? EIO : 0};
                 });
                 status = set("k", value);
                 is_reached = number >= n;
@@ -458,14 +466,11 @@ BOOST_AUTO_TEST_CASE(a_set_on_a_full_disk_is_done_or_refused_whichever_write_fai
 }
 
 BOOST_AUTO_TEST_CASE(a_line_takes_what_room_a_full_disk_has_left) {
-    const std::string text = "k = I1\n";
-    const OpenStore store(text + "#" + std::string(file::page_size - text.size() - 2, '.') + "\n");
+    const OpenStore store(filled_page("k = I1\n"));
     {
         const Interference interference([](const Call& call) {
             constexpr std::size_t room = 600;
-            return Fate{0, call.name == "pwrite"s && call.size >= file::page_size ? room
-                           : call.name == "pwrite"s && call.size > room           ? 0
-                                                                                  : SIZE_MAX};
+            return Fate{0, is_growing(call) ? room : call.name == "pwrite"s && call.size > room ? 0 : SIZE_MAX};
         });
         BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
     }
@@ -475,15 +480,13 @@ BOOST_AUTO_TEST_CASE(a_line_takes_what_room_a_full_disk_has_left) {
 
 // A default without its key means nothing, but would count once there is the key.
 BOOST_AUTO_TEST_CASE(an_old_default_behind_the_room_that_is_taken_is_withdrawn_on_the_disk_first) {
-    std::string text = "=" + std::string(60, 'w') + "\nDEFAULT_k = I5\n";
-    const OpenStore store(text + "#" + std::string(file::page_size - text.size() - 2, '.') + "\n");
+    const OpenStore store(filled_page("=" + std::string(60, 'w') + "\nDEFAULT_k = I5\n"));
     std::string calls;
     {
         const Interference interference([&calls](const Call& call) {
-            const bool is_growing = call.name == "pwrite"s && call.size >= file::page_size;
-            const bool is_of_interest = call.name == "pwrite"s || call.name == "fdatasync"s;
-            calls += is_of_interest && !is_growing ? call.name + " "s : "";
-            return Fate{is_growing ? ENOSPC : 0};
+            const bool is_write = call.name == "pwrite"s || call.name == "fdatasync"s;
+            calls += is_write && !is_growing(call) ? call.name + " "s : "";
+            return Fate{is_growing(call) ? ENOSPC : 0};
         });
         BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
     }
@@ -497,14 +500,12 @@ BOOST_AUTO_TEST_CASE(an_old_default_behind_the_room_that_is_taken_is_withdrawn_o
 // Its room may be another key's by the time that the key is set.
 BOOST_AUTO_TEST_CASE(an_old_default_that_was_withdrawn_for_nothing_is_not_withdrawn_again) {
     const std::string value(44, 'v');
-    std::string text = "l = Sx\n=" + std::string(38, 'w') + "\nDEFAULT_k = I5\n";
-    const OpenStore store(text + "#" + std::string(file::page_size - text.size() - 2, '.') + "\n");
+    const OpenStore store(filled_page("l = Sx\n=" + std::string(38, 'w') + "\nDEFAULT_k = I5\n"));
     bool is_refusing = true;
     {
         const Interference interference([&is_refusing](const Call& call) {
-            const bool is_growing = call.name == "pwrite"s && call.size >= file::page_size;
-            const bool is_patch = call.name == "pwrite"s && call.size > 1 && !is_growing;
-            return Fate{is_growing ? ENOSPC : is_patch && std::exchange(is_refusing, false) ? EIO : 0};
+            const bool is_patch = call.name == "pwrite"s && call.size > 1 && !is_growing(call);
+            return Fate{is_growing(call) ? ENOSPC : is_patch && std::exchange(is_refusing, false) ? EIO : 0};
         });
         BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 2));
         BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("l", value));
