@@ -177,7 +177,8 @@ class SettingsStore : public Store {
     template <class Rules>
     zelva_core_status change(Rules&& rules);
 
-    /// Reads the file again if memory does not stand for what it holds. REQUIRES: writing_ and the file's lock are held.
+    /// Reads the file again if memory does not stand for what it holds. REQUIRES: writing_ and the file's lock are
+    /// held.
     zelva_core_status update();
 
     /// Reads the file again, whatever is known of it. REQUIRES: writing_ is held.
