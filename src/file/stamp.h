@@ -15,6 +15,9 @@ struct Stamp {
     timespec modified{};
 };
 
+/// Of a state that nobody knows: no file is in it, nor is one that does not exist.
+inline constexpr Stamp unknown_stamp{0, 0, -1, {}};
+
 inline Stamp stamp_of(const struct stat& attributes) {
     return {attributes.st_dev, attributes.st_ino, attributes.st_size, attributes.st_mtim};
 }

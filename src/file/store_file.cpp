@@ -219,7 +219,8 @@ int StoreFile::write_in_place(zelva_core_durability durability, Layout& layout, 
     if (const int error = open(stamp)) {
         return error;
     }
-    stamp = {};  // where memory runs out half way, or a change cannot be undone, only the file tells what it means
+    // Where memory runs out half way, or a change cannot be undone, only the file tells what it means.
+    stamp = unknown_stamp;
     Writer writer(file_, layout, durability);
     const int error = std::forward<Work>(work)(writer);
     is_distrusted_ |= writer.has_failed_to_flush();

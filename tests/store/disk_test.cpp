@@ -849,6 +849,27 @@ BOOST_AUTO_TEST_CASE(a_set_to_the_old_value_after_a_failed_flush_writes_the_file
     }
 }
 
+// What the file means then is known to nobody, and that is not the same as that there is none.
+BOOST_AUTO_TEST_CASE(a_file_that_is_removed_after_a_change_that_could_not_be_undone_is_gone) {
+    using Operation = zelva_core_status (*)();
+    const Operation set_new = [] { return set("new", 3); };
+    const Operation sync = [] { return zelva_core_settings_sync(); };
+    for (const Operation operation : {set_new, sync}) {
+        const OpenStore store("k = I0\nDEFAULT_k = I0\n");
+        zelva_core_settings_set_durability(ZELVA_CORE_DURABILITY_RELAXED);
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 1));  // its old line is not withdrawn yet
+        before_call = [](const Call& call) { return call.name == "pwrite"s ? Fate{EIO} : Fate{}; };
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 2));
+        before_call = nullptr;
+        fs::remove(store_path());
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, operation());
+        const State left = operation == set_new ? State{{"new", {3, 3}}} : State{};
+        BOOST_CHECK(state_of_store() == left);
+        OpenStore::restart();
+        BOOST_CHECK(state_of_store() == left);
+    }
+}
+
 // On a full disk, the new lines of a key that has only a default come to stand before the old default. What fails in
 // the middle of that must neither count later nor make memory take for lines what is none.
 BOOST_AUTO_TEST_CASE(a_refused_set_on_a_full_disk_changes_nothing_though_an_old_default_is_withdrawn) {
