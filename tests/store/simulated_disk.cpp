@@ -341,12 +341,14 @@ ssize_t pread(int descriptor, void* buffer, std::size_t size, off_t offset) {
 }
 ssize_t pwrite(int descriptor, const void* buffer, std::size_t size, off_t offset) {
     const auto begin = static_cast<std::size_t>(offset);
-    if (begin >= disk.room) {
+    const Disk::Number file = opened.at(descriptor).file;
+    const std::size_t end = std::max(disk.room, disk.files.at(file).text.size());
+    if (begin >= end) {
         return fail(ENOSPC);
     }
     note_change();
-    size = std::min(size, disk.room - begin);
-    disk.write(opened.at(descriptor).file, begin, std::string(static_cast<const char*>(buffer), size));
+    size = std::min(size, end - begin);
+    disk.write(file, begin, std::string(static_cast<const char*>(buffer), size));
     return static_cast<ssize_t>(size);
 }
 int ftruncate(int descriptor, off_t size) {

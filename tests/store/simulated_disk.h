@@ -56,7 +56,8 @@ class Disk {
     void flush_folder(const std::string& folder);
     Number create();
 
-    /// How long a file can be, in bytes; shorter for a disk that is full. No new file finds room on such a one.
+    /// How long a file can become, in bytes; shorter for a disk that is full. No new file finds room on such a one;
+    /// what a file has, it keeps.
     std::size_t room = SIZE_MAX;
 
     std::map<Number, File> files;
