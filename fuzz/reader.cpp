@@ -83,7 +83,7 @@ void check_compacted(std::string text, const Layout& before, const File& file) {
     for (const Line& line : before.replaced) {
         text[line.offset] = zelva::file::withdrawn_mark;
     }
-    const zelva::file::Compacted compacted = zelva::file::compacted(text, {});
+    const zelva::file::Compacted compacted = zelva::file::compacted(text, before.arranged_end, {});
     CHECK(compacted.layout.size == compacted.text.size());
     const std::size_t end = compacted.layout.text_end;
     CHECK(compacted.text.find_first_not_of('\n', end) == std::string::npos);

@@ -50,6 +50,23 @@ int read_all(const Descriptor& file, std::string& out) {
     }
 }
 
+int read_at(const Descriptor& file, std::size_t offset, char* bytes, std::size_t size) {
+    while (size > 0) {
+        const ssize_t count = system::pread(file.number(), bytes, size, static_cast<off_t>(offset));
+        if (count == 0) {
+            return ESTALE;
+        }
+        if (count < 0 && errno != EINTR) {
+            return errno;
+        }
+        const std::size_t done = count > 0 ? static_cast<std::size_t>(count) : 0;
+        offset += done;
+        bytes += done;
+        size -= done;
+    }
+    return 0;
+}
+
 int write_at(const Descriptor& file, std::size_t offset, std::string_view text, std::size_t& written) {
     written = 0;
     while (written < text.size()) {

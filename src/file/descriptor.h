@@ -49,6 +49,9 @@ int sync_folder(const std::string& path);
 /// Reads a file's content into `out`, which is empty. EFBIG for a file of 2 GiB or more.
 int read_all(const Descriptor& file, std::string& out);
 
+/// Reads so many bytes. ESTALE when the file ends before.
+int read_at(const Descriptor& file, std::size_t offset, char* bytes, std::size_t size);
+
 /// Writes all of `text`. On failure `written` of its bytes are in the file.
 int write_at(const Descriptor& file, std::size_t offset, std::string_view text, std::size_t& written);
 

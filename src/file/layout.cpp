@@ -2,9 +2,15 @@
 
 #include <algorithm>
 
+#include "value/text.h"
+
 namespace zelva::file {
 
 namespace {
+
+/// So many blank lines in a row a compaction keeps. A person's lines of one byte each, with so many between them, are
+/// not worth another one.
+constexpr std::size_t most_blanks = 2;
 
 /// Calls `use` with each line of a text, without its line feed, and with where it is.
 template <class Use>
@@ -29,10 +35,20 @@ bool is_withdrawn(std::string_view line) {
 
 }  // namespace
 
+std::uint32_t hash_of_name(std::string_view name) {
+    return static_cast<std::uint32_t>(std::hash<std::string_view>()(name));
+}
+
+std::optional<std::string_view> name_in(std::string_view line) {
+    const std::size_t end = line.find('=');
+    return end == std::string_view::npos ? std::nullopt : std::optional(value::trimmed(line.substr(0, end)));
+}
+
 Layout read_layout(std::string_view text, const UseEntry& use) {
     Layout layout;
     layout.size = text.size();
     const bool has_damage = is_damage(text);
+    bool has_withdrawn = false;
     for_each_line(text, [&](std::string_view line, Line place) {
         if (line.empty()) {
             return;
@@ -48,17 +64,23 @@ Layout read_layout(std::string_view text, const UseEntry& use) {
         layout.is_unterminated = line.size() == place.size;
         if (line[0] == withdrawn_mark) {
             layout.dead += place.size;
+            has_withdrawn = true;
             return;
         }
         layout.live += place.size;
         if (auto entry = read_line(line)) {
+            const std::string_view name = entry->key;
             if (const auto earlier = use(*std::move(entry), place)) {
-                layout.replaced.push_back(*earlier);
+                layout.replaced.push_back({*earlier, hash_of_name(name)});
                 layout.live -= earlier->size;
                 layout.dead += earlier->size;
             }
         }
     });
+    // Otherwise a program may have left new lines behind the others.
+    if (!has_damage && !has_withdrawn && layout.replaced.empty() && layout.size - layout.text_end <= most_blanks) {
+        layout.arranged_end = layout.text_end;
+    }
     return layout;
 }
 
@@ -70,32 +92,86 @@ std::string lines_of(const Change* begin, const Change* end) {
     return text;
 }
 
-Compacted compacted(std::string_view text, const std::vector<Change>& changes) {
-    struct Kept {
-        std::string_view text;
-        std::string_view key;  // empty for what is no entry
-        const Change* change;
-    };
+namespace {
+
+/// A line of a text that is being compacted.
+struct Kept {
+    static constexpr std::size_t nothing = SIZE_MAX;
+
+    std::string_view text;
+    std::string_view name;  // empty for what is no entry
+    std::size_t offset = 0;
+    std::size_t shown = nothing;  // which line is to stand in its place
+};
+
+/// Withdrawn lines by what is left of their names, and by their order.
+using Homes = std::vector<std::pair<std::string_view, std::size_t>>;
+
+/// How many of a run of blank lines, which ends at `end`, a person has written.
+std::size_t blanks_to_keep(std::size_t begin, std::size_t end, std::size_t arranged_end) {
+    if (arranged_end != 0) {
+        return begin < arranged_end ? std::min(end - begin, most_blanks) : 0;
+    }
+    // A line that does not fit into a sector begins the next one, or follows the line feed that does.
+    const bool is_gap = end % sector_size <= 1;
+    return is_gap ? 0 : std::min(end - begin, most_blanks);
+}
+
+std::vector<Kept> lines_to_keep(std::string_view text, std::size_t arranged_end, Homes& homes) {
     std::vector<Kept> lines;
-    std::vector<bool> has_place(changes.size());
-    for_each_line(text, [&](std::string_view line, Line) {
-        const bool follows_blank = lines.empty() || lines.back().text.empty();
-        if (is_withdrawn(line) || is_damage(line) || (line.empty() && follows_blank)) {
+    std::size_t blank = 0;  // where a run of blank lines begins
+    for_each_line(text, [&](std::string_view line, Line place) {
+        if (line.empty()) {
+            return;
+        }
+        const std::size_t blanks = blanks_to_keep(blank, place.offset, arranged_end);
+        blank = place.offset + place.size;
+        for (std::size_t i = 0; i < blanks; ++i) {
+            lines.push_back({"", "", place.offset, lines.size()});
+        }
+        if (is_damage(line)) {
+            return;
+        }
+        if (is_withdrawn(line)) {
+            const std::size_t end = line.find(withdrawn_mark, 1);
+            if (end != std::string_view::npos && (arranged_end == 0 || place.offset < arranged_end)) {
+                homes.emplace_back(value::without_trailing_blanks(line.substr(1, end - 1)), lines.size());
+                lines.push_back({line, "", place.offset});
+            }
             return;
         }
         const auto entry = read_line(line);
-        const Change* change = nullptr;
-        for (std::size_t i = 0; entry && i < changes.size(); ++i) {
-            if (changes[i].key == entry->key) {
-                change = &changes[i];
-                has_place[i] = true;
-            }
-        }
-        lines.push_back({line, entry ? entry->key : std::string_view(), change});
+        lines.push_back({line, entry ? entry->key : std::string_view(), place.offset, lines.size()});
     });
-    while (!lines.empty() && lines.back().text.empty()) {
-        lines.pop_back();
+    return lines;
+}
+
+/// Takes the entries that have been written behind `arranged_end` back to where their withdrawn lines stand.
+void arrange(std::vector<Kept>& lines, Homes& homes, std::size_t arranged_end) {
+    std::sort(homes.begin(), homes.end());
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        Kept& line = lines[i];
+        if (line.name.empty() || line.offset < arranged_end) {
+            continue;
+        }
+        const std::string_view rest = line.name.substr(1);
+        auto home = std::lower_bound(homes.begin(), homes.end(), std::pair(rest, std::size_t{0}));
+        while (home != homes.end() && home->first == rest && lines[home->second].shown != Kept::nothing) {
+            ++home;  // that of another key, whose name differs in its first byte
+        }
+        if (home != homes.end() && home->first == rest && home->second < i) {
+            lines[home->second].shown = i;
+            line.shown = Kept::nothing;
+        }
     }
+}
+
+}  // namespace
+
+Compacted compacted(std::string_view text, std::size_t arranged_end, const std::vector<Change>& changes) {
+    Homes homes;
+    std::vector<Kept> lines = lines_to_keep(text, arranged_end, homes);
+    arrange(lines, homes, arranged_end);
 
     Compacted result;
     result.text.reserve(rounded_up(text.size() + page_size, page_size));
@@ -110,28 +186,45 @@ Compacted compacted(std::string_view text, const std::vector<Change>& changes) {
             end_line(change.key, begin);
         }
     };
-    for (const Kept& line : lines) {
-        if (line.change != nullptr) {
-            write_change(*line.change);
+    std::vector<bool> has_place(changes.size());
+    std::size_t end = 0;  // of the last line that is not blank
+    for (const Kept& place : lines) {
+        if (place.shown == Kept::nothing) {
             continue;
         }
+        const Kept& line = lines[place.shown];
+        const auto change = std::find_if(changes.begin(), changes.end(),
+                                         [&line](const Change& candidate) { return candidate.key == line.name; });
         const std::size_t begin = result.text.size();
-        result.text += line.text;
-        result.text += '\n';
-        result.layout.dead += line.text.empty() ? 1 : 0;
-        if (!line.key.empty()) {
-            end_line(line.key, begin);
+        if (line.text.empty()) {
+            result.text.append(begin - end < most_blanks ? 1 : 0, '\n');
+            continue;
+        }
+        if (change != changes.end() && !line.name.empty()) {
+            has_place[static_cast<std::size_t>(change - changes.begin())] = true;
+            write_change(*change);
+        } else {
+            result.text += line.text;
+            result.text += '\n';
+            if (!line.name.empty()) {
+                end_line(line.name, begin);
+            }
+        }
+        if (result.text.size() > begin) {
+            result.layout.dead += begin - end;
+            end = result.text.size();
         }
     }
+    result.text.resize(end);
     for (std::size_t i = 0; i < changes.size(); ++i) {
         if (!has_place[i]) {
             write_change(changes[i]);
         }
     }
-    result.layout.text_end = result.text.size();
-    result.layout.live = result.layout.text_end - result.layout.dead;
-    result.text.resize(rounded_up(result.text.size(), page_size), '\n');
     result.layout.size = result.text.size();
+    result.layout.text_end = result.text.size();
+    result.layout.arranged_end = result.text.size();
+    result.layout.live = result.layout.text_end - result.layout.dead;
     return result;
 }
 

@@ -38,6 +38,18 @@ struct Line {
     std::uint32_t size = 0;
 };
 
+/// Tells the name of an entry from most others.
+std::uint32_t hash_of_name(std::string_view name);
+
+/// A replaced line, and the name of its entry: a line is withdrawn only where it is still that entry's.
+struct Replaced : Line {
+    std::uint32_t name = 0;
+};
+
+/// The name of the entry or withdrawn entry that a line, or the beginning of one, stands for: what precedes its first
+/// '=', without blanks. Nothing when there is no '='.
+std::optional<std::string_view> name_in(std::string_view line);
+
 /// A key that gets a value, or loses the one it has.
 struct Change {
     std::string key;
@@ -50,12 +62,15 @@ struct Layout {
     std::size_t text_end = 0;  // where its last line ends; padding or damage from here on
     std::size_t live = 0;      // bytes of live lines
     std::size_t dead = 0;      // bytes of all else before text_end
-    std::vector<Line> replaced;
+    std::vector<Replaced> replaced;
     bool is_unterminated = false;  // the last line has no line feed: a person has written it
     bool is_damaged = false;       // there is damage after text_end
     bool is_flushed = false;       // all that it means has certainly reached the disk
     std::size_t settled_end = 0;   // before it, what lines have replaced is certainly withdrawn on the disk, too
     bool is_end_flushed = false;   // and so has its size, if something has been cut off
+    /// Before it, the lines stand where a person or a compaction has put them; behind it, where there was room. 0 when
+    /// that cannot be told.
+    std::size_t arranged_end = 0;
 
     /// Whether a file without its dead bytes is worth writing. A set costs its line, as much padding, and its share of
     /// this: with fewer dead bytes that would be more than three lines together (measured: 3.1 times without the half).
@@ -70,17 +85,20 @@ Layout read_layout(std::string_view text, const UseEntry& use);
 
 // What follows is seldom called: `cold` has it built for its size, not its speed.
 
-/// A file's text after changes, with nothing dead but one blank line of each gap, and where its entries are. The keys
-/// are parts of the text and of the changes that it was made from.
+/// A file's text after changes, as a person would have written it, and where its entries are. The keys are parts of the
+/// text and of the changes that it was made from.
 struct Compacted {
-    std::string text;  // padding included
+    std::string text;  // without padding
     std::vector<std::pair<std::string_view, Line>> lines;
     Layout layout;
 };
 
-/// A changed entry keeps its place, a new one goes to the end in the order given. REQUIRES: of a key's lines all but
-/// the last are withdrawn.
-[[gnu::cold]] Compacted compacted(std::string_view text, const std::vector<Change>& changes);
+/// Nothing dead is left but a person's blank lines, of each run two at the most. A changed entry keeps its place. An
+/// entry behind `arranged_end` (that of the text's layout) goes back to where its withdrawn line stands, if that can be
+/// told: all but the first byte of its name is left there. A new entry goes to the end, in the order given.
+///
+/// REQUIRES: of a key's lines all but the last are withdrawn.
+[[gnu::cold]] Compacted compacted(std::string_view text, std::size_t arranged_end, const std::vector<Change>& changes);
 
 /// The lines of entries, as they are written.
 std::string lines_of(const Change* begin, const Change* end);

@@ -74,7 +74,7 @@ int Replacement::rename(unsigned flags) const {
     return system::renameat2(temporary_.c_str(), path_.c_str(), flags);
 }
 
-int Replacement::replace(const struct stat* old, std::string_view text, Stamp& stamp) {
+int Replacement::replace(const struct stat* old, std::string_view text, bool is_to_be_written, Stamp& stamp) {
     if (open_error_ != 0) {
         return open_error_;
     }
@@ -88,8 +88,7 @@ int Replacement::replace(const struct stat* old, std::string_view text, Stamp& s
     if (const int error = write_at(file_, 0, text, written)) {
         return error;
     }
-    struct stat attributes {};
-    if (system::fstat(file_.number(), &attributes) != 0 || system::fsync(file_.number()) != 0) {
+    if (system::fsync(file_.number()) != 0) {
         return errno;
     }
     // The two files change places, so that they can change back; but for file systems that cannot do that.
@@ -100,17 +99,23 @@ int Replacement::replace(const struct stat* old, std::string_view text, Stamp& s
         }
         is_exchanged = false;
     }
-    if (const int error = sync_folder(folder_)) {
+    if (const int error = is_to_be_written ? sync_folder(folder_) : 0) {
         has_failed_to_flush_ = true;
         // Where even that cannot be undone, the next change finds another file in place.
         if (is_exchanged) {
             rename(RENAME_EXCHANGE);
+            struct stat restored {};
+            if (system::stat(path_.c_str(), &restored) == 0) {
+                stamp.changed = restored.st_ctim;  // its name has changed twice
+            }
         } else if (old == nullptr) {
             system::unlink(path_.c_str());
         }
         return error;
     }
-    stamp = stamp_of(attributes);
+    // Not before: its new name changes the file's times, too.
+    struct stat attributes {};
+    stamp = system::fstat(file_.number(), &attributes) == 0 ? stamp_of(attributes) : unknown_stamp;
     return 0;
 }
 

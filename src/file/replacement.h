@@ -31,11 +31,12 @@ class Replacement {
     ~Replacement();
 
     /// Gives the file its content and the mode and owner of the one that it replaces (nullptr: there is none), brings
-    /// it to the disk, puts it in place, and tells its stamp.
+    /// it to the disk, puts it in place, and tells its stamp. If `is_to_be_written`, its place is on the disk then,
+    /// too; otherwise a loss of power leaves either file.
     ///
     /// 0, or the errno of what failed. Then the old file is in place or, where not even that could be made so, the new
-    /// one, and `stamp` is as it was. Takes no memory.
-    int replace(const struct stat* old, std::string_view text, Stamp& stamp);
+    /// one, and `stamp` is that of the old one. Takes no memory.
+    int replace(const struct stat* old, std::string_view text, bool is_to_be_written, Stamp& stamp);
 
     /// Whether the folder could not be brought to the disk: then nobody knows which file a loss of power would leave.
     bool has_failed_to_flush() const { return has_failed_to_flush_; }

@@ -13,22 +13,27 @@ struct Stamp {
     ino_t inode = 0;
     off_t size = 0;
     timespec modified{};
+    timespec changed{};  // the file or what is known about it; nobody can set this time
 };
 
 /// Of a state that nobody knows: no file is in it, nor is one that does not exist.
-inline constexpr Stamp unknown_stamp{0, 0, -1, {}};
+inline constexpr Stamp unknown_stamp{0, 0, -1, {}, {}};
 
 inline Stamp stamp_of(const struct stat& attributes) {
-    return {attributes.st_dev, attributes.st_ino, attributes.st_size, attributes.st_mtim};
+    return {attributes.st_dev, attributes.st_ino, attributes.st_size, attributes.st_mtim, attributes.st_ctim};
 }
 
 inline bool is_same_file(const Stamp& left, const Stamp& right) {
     return left.device == right.device && left.inode == right.inode;
 }
 
+inline bool is_same_time(const timespec& left, const timespec& right) {
+    return left.tv_sec == right.tv_sec && left.tv_nsec == right.tv_nsec;
+}
+
 inline bool operator==(const Stamp& left, const Stamp& right) {
-    return is_same_file(left, right) && left.size == right.size && left.modified.tv_sec == right.modified.tv_sec &&
-           left.modified.tv_nsec == right.modified.tv_nsec;
+    return is_same_file(left, right) && left.size == right.size && is_same_time(left.modified, right.modified) &&
+           is_same_time(left.changed, right.changed);
 }
 
 }  // namespace zelva::file

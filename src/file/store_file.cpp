@@ -10,6 +10,7 @@
 
 #include "file/paths.h"
 #include "file/replacement.h"
+#include "value/text.h"
 
 namespace zelva::file {
 
@@ -62,6 +63,19 @@ int read_file_at_rest(const std::string& path, Contents& contents) {
         }
     }
     return error;
+}
+
+/// Withdraws a line in a file's text, if it is still the line of its entry.
+void withdraw_in(std::string& text, const Replaced& line) {
+    const bool is_line = line.offset < text.size() && (line.offset == 0 || text[line.offset - 1] == '\n');
+    const auto found = is_line ? name_in(std::string_view(text).substr(line.offset, line.size)) : std::nullopt;
+    if (found && hash_of_name(*found) == line.name) {
+        text[line.offset] = withdrawn_mark;
+    }
+}
+
+bool is_all_but_padding(std::string_view text, std::string_view lines) {
+    return value::begins_with(text, lines) && text.find_first_not_of('\n', lines.size()) == std::string_view::npos;
 }
 
 }  // namespace
@@ -175,7 +189,7 @@ zelva_core_status StoreFile::apply(const std::vector<Change>& changes, zelva_cor
     const bool must_rebuild = is_distrusted_ || stamp == Stamp{} || is_spoiling;
     const bool is_wasteful = layout.is_wasteful() && layout.dead >= next_compaction_;
     if (must_rebuild || is_wasteful) {
-        const int error = rebuild(changes, layout, stamp, placed);
+        const int error = rebuild(changes, Purpose::change, layout, stamp, placed);
         if (error == 0 || must_rebuild) {
             return status_of(error);
         }
@@ -193,25 +207,47 @@ zelva_core_status StoreFile::flush(bool is_to_be_tidied, Layout& layout, Stamp& 
         return ZELVA_CORE_STATUS_NO_ERROR;  // there is no file
     }
     if (is_distrusted_) {
-        return status_of(rebuild({}, layout, stamp, placed));
+        return status_of(rebuild({}, Purpose::change, layout, stamp, placed));
     }
     return status_of(write_in_place(ZELVA_CORE_DURABILITY_FULL, layout, stamp, [is_to_be_tidied](Writer& writer) {
         return is_to_be_tidied ? writer.tidy() : writer.flush();
     }));
 }
 
-void StoreFile::tidy(Layout& layout, Stamp& stamp) {
-    constexpr std::size_t most_lines = 1000;  // a millisecond's work
-    write_in_place(ZELVA_CORE_DURABILITY_RELAXED, layout, stamp, [&layout](Writer& writer) {
-        // What may not have reached the disk would have to be flushed first.
-        const bool is_cheap = layout.is_flushed && layout.replaced.size() <= most_lines;
-        const int error = is_cheap ? writer.tidy() : 0;
-        return error == 0 ? writer.cut_padding() : error;
-    });
+bool StoreFile::has_line(const Line& line, std::string_view text) const {
+    if (line.size != text.size()) {
+        return false;
+    }
+    const Descriptor file(system::open(path_.c_str(), O_RDONLY | open_flags));
+    std::string found(text.size(), '\0');
+    return file.is_open() && read_at(file, line.offset, found.data(), found.size()) == 0 && found == text;
 }
 
 bool StoreFile::is_untidy(const Layout& layout) const {
-    return file_.is_open() && !is_distrusted_ && layout.size > layout.text_end;
+    return has_changed_ && (layout.size > layout.text_end || layout.dead > 0 || is_distrusted_);
+}
+
+void StoreFile::tidy(bool is_last, Layout& layout, Stamp& stamp) {
+    const auto arrange = [&] { return rebuild({}, Purpose::close, layout, stamp, [](std::string_view, Line) {}) == 0; };
+    constexpr std::size_t small_file = 262144;  // written in a millisecond
+    const bool is_small = layout.text_end <= small_file;
+    if (is_last && (is_small || is_distrusted_) && arrange()) {
+        return;
+    }
+    if (is_distrusted_) {
+        return;
+    }
+    write_in_place(ZELVA_CORE_DURABILITY_RELAXED, layout, stamp, [&](Writer& writer) {
+        // What may not have reached the disk would have to be flushed first.
+        constexpr std::size_t most_lines = 1000;  // a millisecond's work
+        const bool is_cheap = layout.is_flushed && layout.replaced.size() <= most_lines;
+        const bool is_worth_it = is_cheap || (is_last && !is_small);
+        const int error = is_worth_it && !layout.replaced.empty() ? writer.tidy() : 0;
+        return error == 0 ? writer.cut_padding() : error;
+    });
+    if (is_distrusted_) {
+        arrange();
+    }
 }
 
 template <class Work>
@@ -222,10 +258,11 @@ int StoreFile::write_in_place(zelva_core_durability durability, Layout& layout, 
     // Where memory runs out half way, or a change cannot be undone, only the file tells what it means.
     stamp = unknown_stamp;
     Writer writer(file_, layout, durability);
+    has_changed_ = true;
     const int error = std::forward<Work>(work)(writer);
     is_distrusted_ |= writer.has_failed_to_flush();
     struct stat attributes {};
-    if (!writer.has_failed_to_undo() && system::fstat(file_.number(), &attributes) == 0) {
+    if (!writer.must_be_read() && system::fstat(file_.number(), &attributes) == 0) {
         stamp = stamp_of(attributes);
     }
     return error;
@@ -258,7 +295,8 @@ int StoreFile::open(const Stamp& stamp) {
     return 0;
 }
 
-int StoreFile::rebuild(const std::vector<Change>& changes, Layout& layout, Stamp& stamp, const Placed& placed) {
+int StoreFile::rebuild(const std::vector<Change>& changes, Purpose purpose, Layout& layout, Stamp& stamp,
+                       const Placed& placed) {
     std::string path = path_;
     if (const int error = follow_links(path)) {
         return error;
@@ -271,16 +309,23 @@ int StoreFile::rebuild(const std::vector<Change>& changes, Layout& layout, Stamp
     if (!(stamp == (old.exists ? stamp_of(old.attributes) : Stamp{}))) {
         return ESTALE;
     }
-    // Among these may be the default of a deleted key, which no later line replaces.
-    for (const Line& line : layout.replaced) {
-        old.text[line.offset] = withdrawn_mark;
+    // Among these may be the default of a key that could not be written, which no later line replaces.
+    for (const Replaced& line : layout.replaced) {
+        withdraw_in(old.text, line);
     }
-    Compacted result = compacted(old.text, changes);
+    Compacted result = compacted(old.text, layout.arranged_end, changes);
+    if (purpose == Purpose::change) {
+        result.text.resize(rounded_up(result.text.size(), page_size), '\n');
+        result.layout.size = result.text.size();
+    } else if (!old.exists || is_all_but_padding(old.text, result.text)) {
+        return EALREADY;
+    }
     if (result.text.size() > INT_MAX) {
         return EFBIG;
     }
     Replacement replacement(path);
-    const int error = replacement.replace(old.exists ? &old.attributes : nullptr, result.text, stamp);
+    const int error =
+        replacement.replace(old.exists ? &old.attributes : nullptr, result.text, purpose == Purpose::change, stamp);
     if (replacement.has_failed_to_flush()) {
         is_distrusted_ = true;
         layout.is_flushed = false;
@@ -290,6 +335,7 @@ int StoreFile::rebuild(const std::vector<Change>& changes, Layout& layout, Stamp
     }
     file_ = replacement.take();
     opened_ = stamp;
+    has_changed_ = true;
     is_distrusted_ = false;
     next_compaction_ = 0;
     layout = std::move(result.layout);

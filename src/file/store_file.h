@@ -65,6 +65,8 @@ class StoreFile {
     /// is held.
     bool is_unchanged(const Revision& revision) const;
 
+    bool is_alone() const { return true; }
+
     /// Around a change: other programs read the file again after it. end_change gives the counter of the revision that
     /// has come about. REQUIRES: the lock is held.
     void begin_change() { shared_->begin_change(); }
@@ -86,12 +88,16 @@ class StoreFile {
     /// replaced lines. REQUIRES: a change has begun.
     zelva_core_status flush(bool is_to_be_tidied, Layout& layout, Stamp& stamp, const Placed& placed);
 
-    /// Whether this object has written the file and there is padding at its end.
+    /// Whether a line of the file is this text, byte for byte. false also where it cannot be read.
+    bool has_line(const Line& line, std::string_view text) const;
+
+    /// Whether this object has changed the file, and left something in it that a person would not have written.
     bool is_untidy(const Layout& layout) const;
 
-    /// Takes away the padding, and withdraws replaced lines if that is soon done. Does without what fails. REQUIRES: a
-    /// change has begun.
-    void tidy(Layout& layout, Stamp& stamp);
+    /// Leaves the file as a person would have written it, if no other program has it open (`is_last`) and it is not
+    /// large. Otherwise takes away the padding, and withdraws replaced lines: all of them for the last program, and
+    /// those of which that is soon done for others. Does without what fails. REQUIRES: a change has begun.
+    void tidy(bool is_last, Layout& layout, Stamp& stamp);
 
     /// In the child after fork().
     void forget_lock();
@@ -100,9 +106,13 @@ class StoreFile {
     /// Removes what a program has left behind that died while it held the lock. REQUIRES: the lock is held.
     void clean_up();
 
+    /// What a file is written anew for: to be changed further, or to be left.
+    enum class Purpose { change, close };
+
     // These return 0 or the errno of what failed.
     int open(const Stamp& stamp);
-    int rebuild(const std::vector<Change>& changes, Layout& layout, Stamp& stamp, const Placed& placed);
+    int rebuild(const std::vector<Change>& changes, Purpose purpose, Layout& layout, Stamp& stamp,
+                const Placed& placed);
     template <class Work>
     int write_in_place(zelva_core_durability durability, Layout& layout, Stamp& stamp, Work&& work);
 
@@ -111,6 +121,7 @@ class StoreFile {
 
     Descriptor file_;                  // open for writing
     Stamp opened_;                     // tells which file that is
+    bool has_changed_ = false;         // something in the file
     bool is_distrusted_ = false;       // a flush has failed since it was last written as a whole
     std::size_t next_compaction_ = 0;  // after one that failed: not before there are so many dead bytes
 };

@@ -1,6 +1,7 @@
 #include "file/writer.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <climits>
 #include <utility>
@@ -12,7 +13,7 @@ namespace {
 constexpr std::string_view mark_of_withdrawal = "=";
 
 /// Makes room for so many more lines, which then take no memory.
-void make_room(std::vector<Line>& lines, std::size_t more) {
+void make_room(std::vector<Replaced>& lines, std::size_t more) {
     if (lines.capacity() - lines.size() < more) {
         lines.reserve(2 * lines.size() + more);
     }
@@ -45,8 +46,8 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
     }
     make_room(layout_.replaced, 2 * changes.size());
 
-    const auto leave_replaced = [this](const Line& line) {
-        layout_.replaced.push_back(line);
+    const auto leave_replaced = [this](const Line& line, const Change& change) {
+        layout_.replaced.push_back({line, hash_of_name(change.key)});
         layout_.live -= line.size;
         layout_.dead += line.size;
     };
@@ -69,7 +70,9 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
             continue;
         }
         if (error != 0) {
-            std::for_each(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(next), leave_replaced);
+            for (std::size_t written = 0; written < next; ++written) {
+                leave_replaced(lines[written], changes[written]);
+            }
             return error;
         }
         for (const std::size_t end = offset + texts[i].size(); offset < end; offset += lines[next++].size) {
@@ -89,14 +92,16 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
             // The new line has found room before the old one, which counts until it is withdrawn; those that mean
             // nothing by themselves have been, before.
             const bool is_last = i + 1 == changes.size();
-            if (const int error = is_last ? withdraw(*old, true) : 0) {
-                leave_replaced(lines[i]);
+            const Replaced line{*old, hash_of_name(changes[i].key)};
+            if (const int error = is_last ? withdraw({line}, true) : 0) {
+                leave_replaced(lines[i], changes[i]);
                 return error;
             }
             layout_.live -= old->size;
             layout_.dead += old->size;
-        } else if (!is_durable() || old->offset / page_size != lines[i].offset / page_size || mark(*old) != 0) {
-            leave_replaced(*old);
+        } else if (!is_durable() || old->offset / page_size != lines[i].offset / page_size ||
+                   mark({*old, hash_of_name(changes[i].key)}) != 0) {
+            leave_replaced(*old, changes[i]);
         } else {
             layout_.live -= old->size;
             layout_.dead += old->size;
@@ -113,7 +118,7 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
 
 int Writer::append(const std::string& text, bool is_last, std::size_t& offset) {
     if (layout_.is_damaged) {
-        if (const int error = cut(layout_.text_end)) {
+        if (const int error = cut_padding()) {
             return error;
         }
         layout_.is_damaged = false;
@@ -131,6 +136,9 @@ int Writer::append_short(std::string_view text, bool is_last, std::size_t& offse
         // A line feed begins the sector. Where the sector before it has not reached the disk, its NULs would take away
         // the first line of two.
         ++offset;
+    }
+    if (const int error = check_padding(std::min(offset + text.size(), layout_.size))) {
+        return error;
     }
     if (const int error = extend(offset + text.size())) {
         return error;
@@ -170,7 +178,7 @@ int Writer::append_long(std::string text, bool is_last, std::size_t& offset) {
         error = flush();
     }
     if (error != 0) {
-        has_failed_to_undo_ |= cut(offset) != 0;
+        must_be_read_ |= cut(offset) != 0;
         return error;
     }
     layout_.dead += offset + size - layout_.text_end;
@@ -206,7 +214,7 @@ int Writer::reuse(std::string_view text, const std::vector<Change>& changes, std
     for (std::size_t i = 0; i + 1 < changes.size() && error == 0; ++i) {
         if (changes[i].line) {
             has_marked = true;
-            error = mark(*changes[i].line);
+            error = mark({*changes[i].line, hash_of_name(changes[i].key)});
         }
     }
     if (error == 0) {
@@ -223,7 +231,7 @@ int Writer::reuse(std::string_view text, const std::vector<Change>& changes, std
     }
     if (error != 0) {
         // Memory would go on taking for lines what is none any more.
-        has_failed_to_undo_ |= has_marked;
+        must_be_read_ |= has_marked;
         return error;
     }
     offset = patch->text_offset;
@@ -232,56 +240,76 @@ int Writer::reuse(std::string_view text, const std::vector<Change>& changes, std
 }
 
 int Writer::remove(const std::vector<Change>& changes) {
-    make_room(layout_.replaced, changes.size());
-    const Line& value = *changes.front().line;
-    int error = 0;
-    if (value.offset >= layout_.settled_end) {
-        // Earlier lines of the key would come to count, if their withdrawal were not on the disk.
-        error = tidy();
-        if (error == 0) {
+    std::vector<Replaced> lines;
+    std::size_t end = 0;
+    for (const Change& change : changes) {
+        if (change.line) {
+            lines.push_back({*change.line, hash_of_name(change.key)});
+            end = std::max<std::size_t>(end, change.line->offset + 1);
+        }
+    }
+    if (end > layout_.settled_end) {
+        // Earlier lines of these names would come to count, if their withdrawal were not on the disk.
+        int error = tidy();
+        if (error == 0 && end > layout_.settled_end) {
             error = flush();
         }
         if (error != 0) {
             return error;
         }
     }
-    error = withdraw(value, is_durable());
-    if (error != 0) {
+    if (const int error = withdraw(lines, is_durable())) {
         return error;
     }
-    for (const Change& change : changes) {
-        if (!change.line) {
-            continue;
-        }
-        layout_.live -= change.line->size;
-        layout_.dead += change.line->size;
-        if (&change != &changes.front() && (!is_durable() || mark(*change.line) != 0)) {
-            layout_.replaced.push_back(*change.line);
-        }
+    for (const Replaced& line : lines) {
+        layout_.live -= line.size;
+        layout_.dead += line.size;
     }
     return 0;
 }
 
-int Writer::withdraw(const Line& line, bool is_durable) {
-    char first = 0;
-    for (ssize_t count = 0; count != 1;) {
-        count = system::pread(file_.number(), &first, 1, static_cast<off_t>(line.offset));
-        if (count == 0) {
-            has_failed_to_undo_ = true;  // a person has cut the file off: it is to be read again
-            return EIO;
+int Writer::withdraw(const std::vector<Replaced>& lines, bool is_durable) {
+    std::string old;  // their first bytes
+    for (const Replaced& line : lines) {
+        if (const int error = check_line(line, line.name)) {
+            return error;
         }
-        if (count < 0 && errno != EINTR) {
-            return errno;
+        char first = 0;
+        if (const int error = read(line.offset, &first, 1)) {
+            return error;
+        }
+        old += first;
+    }
+    // The disk writes a sector as a whole: then all of them go at once.
+    const auto [least, greatest] = std::minmax_element(
+        lines.begin(), lines.end(), [](const Line& left, const Line& right) { return left.offset < right.offset; });
+    const bool is_within_sector = least->offset / sector_size == greatest->offset / sector_size;
+    int error = 0;
+    if (is_within_sector) {
+        std::string bytes(greatest->offset - least->offset + 1, '\0');
+        error = read(least->offset, bytes.data(), bytes.size());
+        for (const Line& line : lines) {
+            bytes[line.offset - least->offset] = withdrawn_mark;
+        }
+        error = error == 0 ? write(least->offset, bytes) : error;
+        error = error == 0 && is_durable ? flush() : error;
+    } else {
+        for (auto line = lines.begin(); line != lines.end() && error == 0; ++line) {
+            error = write(line->offset, mark_of_withdrawal);
+            // Otherwise a loss of power might leave a key without its default.
+            const bool is_last = line + 1 == lines.end();
+            error = error == 0 && (is_durable || !is_last) ? flush() : error;
         }
     }
-    int error = mark(line);
-    if (error == 0 && is_durable) {
-        error = flush();
-    } else {
+    if (error != 0 || !is_durable) {
         layout_.is_flushed = false;
     }
-    if (error != 0) {
-        undo(line.offset, std::string_view(&first, 1));
+    for (std::size_t i = 0; error != 0 && i < lines.size(); ++i) {
+        undo(lines[i].offset, std::string_view(old).substr(i, 1));
+    }
+    if (error != 0 && !is_within_sector && !has_failed_to_flush_) {
+        // The withdrawal of the first one may be on the disk.
+        static_cast<void>(flush());
     }
     return error;
 }
@@ -313,6 +341,14 @@ int Writer::cut_withdrawn() {
     return cut(end);
 }
 
+int Writer::cut_padding() {
+    std::string padding(layout_.size - layout_.text_end, '\0');
+    if (const int error = read(layout_.text_end, padding.data(), padding.size())) {
+        return error;
+    }
+    return live_end(padding) == 0 ? cut(layout_.text_end) : stale();
+}
+
 int Writer::extend(std::size_t size) {
     if (size <= layout_.size) {
         return 0;
@@ -335,6 +371,7 @@ int Writer::cut(std::size_t size) {
         return errno;
     }
     layout_.size = size;
+    layout_.arranged_end = std::min(layout_.arranged_end, size);
     layout_.is_flushed = false;
     layout_.is_end_flushed = false;
     if (size < layout_.text_end) {
@@ -358,8 +395,55 @@ int Writer::flush() {
     return 0;
 }
 
-int Writer::mark(const Line& line) {
-    return write(line.offset, mark_of_withdrawal);
+int Writer::stale() {
+    must_be_read_ = true;
+    return ESTALE;
+}
+
+int Writer::read(std::size_t offset, char* bytes, std::size_t size) {
+    const int error = read_at(file_, offset, bytes, size);
+    return error == ESTALE ? stale() : error;  // a person has cut the file off
+}
+
+int Writer::check_padding(std::size_t end) {
+    // And the line feed of the last line.
+    const std::size_t begin = layout_.text_end > 0 ? layout_.text_end - 1 : 0;
+    std::array<char, 2 * sector_size + 1> padding{};
+    const std::size_t size = end > begin ? end - begin : 0;
+    if (const int error = read(begin, padding.data(), size)) {
+        return error;
+    }
+    const bool is_padding = std::all_of(padding.begin(), padding.begin() + static_cast<std::ptrdiff_t>(size),
+                                        [](char c) { return c == '\n'; });
+    return is_padding ? 0 : stale();
+}
+
+int Writer::check_line(const Line& line, std::uint32_t name) {
+    // The last byte of the line before it, and mostly all of it.
+    const std::size_t before = line.offset > 0 ? 1 : 0;
+    std::array<char, sector_size + 1> usual{};
+    std::string_view bytes(usual.data(), std::min<std::size_t>(line.size + before, usual.size()));
+    if (const int error = read(line.offset - before, usual.data(), bytes.size())) {
+        return error;
+    }
+    std::string whole;
+    if (bytes.size() < line.size + before && !name_in(bytes.substr(before))) {
+        whole.resize(line.size + before);
+        if (const int error = read(line.offset - before, whole.data(), whole.size())) {
+            return error;
+        }
+        bytes = whole;
+    }
+    const bool is_line = before == 0 || bytes[0] == '\n';
+    bytes.remove_prefix(before);
+    const auto found = name_in(bytes.substr(0, bytes.find('\n')));
+    return is_line && found && hash_of_name(*found) == name ? 0 : stale();
+}
+
+int Writer::mark(const Replaced& line) {
+    const int error = check_line(line, line.name);
+    // What stands there now is another line, which counts. The file tells where those of this entry are.
+    return error == ESTALE ? 0 : error != 0 ? error : write(line.offset, mark_of_withdrawal);
 }
 
 int Writer::write(std::size_t offset, std::string_view bytes) {
@@ -369,7 +453,7 @@ int Writer::write(std::size_t offset, std::string_view bytes) {
 
 void Writer::undo(std::size_t offset, std::string_view bytes) {
     layout_.is_flushed = false;
-    has_failed_to_undo_ |= write(offset, bytes) != 0;
+    must_be_read_ |= write(offset, bytes) != 0;
 }
 
 }  // namespace zelva::file

@@ -9,7 +9,10 @@
 //   would be blank lines, and what follows them would be read as a line of its own. It is written as a withdrawn line,
 //   and becomes live with its first byte once the rest is on the disk.
 // - A new key's default comes before its value, and a deleted one's goes after it: a default alone means nothing.
-// - Before a key is deleted, the withdrawal of the lines that it has replaced is on the disk: they would count again.
+// - Before a key is deleted, the withdrawal of the lines that its two have replaced is on the disk: they would count
+//   again.
+// - Nothing is written, and no line is withdrawn, but where the file is what it is taken for: somebody may have edited
+//   it within the resolution of its time, without a change of its size.
 // - What is cut off the file is off the disk before anything is written in its place: it might come back in parts.
 //
 // Where there is no room to grow, withdrawn lines make room: those at the end are cut off, and a new line of up to a
@@ -35,7 +38,8 @@ namespace zelva::file {
 using Placed = std::function<void(std::string_view key, Line line)>;
 
 /// One change. REQUIRES for put: the file's last line has its line feed. All functions that return an int return 0, or
-/// the errno of what failed; the file then means what it meant before. `layout` is the file's, before and after.
+/// the errno of what failed; the file then means what it meant before. ESTALE: it is not the file of the layout.
+/// `layout` is the file's, before and after.
 class Writer {
   public:
     Writer(const Descriptor& file, Layout& layout, zelva_core_durability durability)
@@ -44,7 +48,7 @@ class Writer {
     /// Gives keys their values, whose lines `placed` is told. Nothing of it means anything without the last one.
     int put(const std::vector<Change>& changes, const Placed& placed);
 
-    /// Takes values from keys. The others mean nothing without the first one.
+    /// Takes values from keys, and all lines that these have replaced. The others mean nothing without the first one.
     int remove(const std::vector<Change>& changes);
 
     /// Brings the file to the disk.
@@ -54,13 +58,14 @@ class Writer {
     int tidy();
 
     /// Takes away the padding.
-    int cut_padding() { return cut(layout_.text_end); }
+    int cut_padding();
 
     /// Whether a flush has failed. The system may then take for written what is not.
     bool has_failed_to_flush() const { return has_failed_to_flush_; }
 
-    /// Whether a change that has failed could not be undone, so that only the file itself tells what it means.
-    bool has_failed_to_undo() const { return has_failed_to_undo_; }
+    /// Whether only the file itself tells what it means: a change that has failed could not be undone, or somebody else
+    /// has changed the file.
+    bool must_be_read() const { return must_be_read_; }
 
   private:
     bool is_out_of_room(int error) const;
@@ -74,8 +79,12 @@ class Writer {
     int extend(std::size_t size);
     int cut(std::size_t size);
     int cut_withdrawn();
-    int mark(const Line& line);
-    int withdraw(const Line& line, bool is_durable);
+    int stale();
+    int read(std::size_t offset, char* bytes, std::size_t size);
+    int check_padding(std::size_t end);
+    int check_line(const Line& line, std::uint32_t name);
+    int mark(const Replaced& line);
+    int withdraw(const std::vector<Replaced>& lines, bool is_durable);
     int write(std::size_t offset, std::string_view bytes);
     void undo(std::size_t offset, std::string_view bytes);
 
@@ -83,7 +92,7 @@ class Writer {
     Layout& layout_;
     const zelva_core_durability durability_;
     bool has_failed_to_flush_ = false;
-    bool has_failed_to_undo_ = false;
+    bool must_be_read_ = false;
 };
 
 }  // namespace zelva::file

@@ -248,11 +248,21 @@ zelva_core_status SettingsStore::put(std::string_view key, Slot slot, Value valu
     if (slot == Slot::default_value) {
         present = entries.find(key, slot);
     }
-    if (present != nullptr && value::is_same(present->value, value)) {
+    if (present != nullptr && is_written(key, slot, *present, value)) {
         return confirm();
     }
     changes.push_back(change_of(key, slot, std::move(value)));
     return commit(changes);
+}
+
+bool SettingsStore::is_written(std::string_view key, Slot slot, const Held& present, const Value& value) const {
+    if (!value::is_same(present.value, value)) {
+        return false;
+    }
+    // A person may have written the line otherwise.
+    std::string line;
+    file::write_line(entry_name(key, slot), value, line);
+    return lock_status_ == ZELVA_CORE_STATUS_NO_ERROR && contents_->file->has_line(present.line, line);
 }
 
 zelva_core_status SettingsStore::confirm() {
@@ -421,11 +431,15 @@ void SettingsStore::tidy() {
         return;
     }
     const UnlockAtEnd unlock{*contents_->file};
-    // If another program has written the file meanwhile, the padding is for it.
-    if (contents_->file->is_unchanged(revision())) {
+    const bool is_last = contents_->file->is_alone();
+    // If another program has written the file meanwhile and is still there, the padding is for it.
+    if (!is_last && !contents_->file->is_unchanged(revision())) {
+        return;
+    }
+    if (update() == ZELVA_CORE_STATUS_NO_ERROR && is_untidy()) {
         modify(
             [&](file::Stamp& stamp) {
-                contents_->file->tidy(contents_->layout, stamp);
+                contents_->file->tidy(is_last, contents_->layout, stamp);
                 return ZELVA_CORE_STATUS_NO_ERROR;
             },
             [] {});
@@ -513,13 +527,9 @@ zelva_core_status SettingsStore::clear_default(std::string_view key) {
     const auto and_update = [this](zelva_core_status status) {
         return status == ZELVA_CORE_STATUS_NO_ERROR ? update() : status;
     };
-    if (!contents_->layout.replaced.empty()) {
-        // Among the lines that are still to be withdrawn may be that of its default, from before it was deleted.
-        zelva_core_status status = and_update(flush(true));
-        if (status == ZELVA_CORE_STATUS_NO_ERROR && contents_->durability == ZELVA_CORE_DURABILITY_FULL) {
-            status = and_update(flush(false));
-        }
-        if (status != ZELVA_CORE_STATUS_NO_ERROR) {
+    if (contents_->durability == ZELVA_CORE_DURABILITY_FULL && !contents_->layout.is_flushed) {
+        // The key may have been deleted since the last flush, and its default with it.
+        if (const zelva_core_status status = and_update(flush(false))) {
             return status;
         }
     }

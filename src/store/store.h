@@ -190,6 +190,9 @@ class SettingsStore : public Store {
     /// What is to become of an entry.
     file::Change change_of(std::string_view key, Slot slot, std::optional<Value> value) const;
 
+    /// Whether an entry has this value, and its line is what would be written. REQUIRES: within change().
+    bool is_written(std::string_view key, Slot slot, const Held& present, const Value& value) const;
+
     /// Makes sure that what is there has reached the disk, if sets are to be durable. REQUIRES: within change().
     zelva_core_status confirm();
 

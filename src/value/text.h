@@ -47,12 +47,17 @@ inline std::string_view without_leading_blanks(std::string_view text) {
     return text;
 }
 
-/// `text` without the blanks at both ends.
-inline std::string_view trimmed(std::string_view text) {
+/// `text` without the blanks that it ends with.
+inline std::string_view without_trailing_blanks(std::string_view text) {
     while (!text.empty() && is_blank(text.back())) {
         text.remove_suffix(1);
     }
-    return without_leading_blanks(text);
+    return text;
+}
+
+/// `text` without the blanks at both ends.
+inline std::string_view trimmed(std::string_view text) {
+    return without_leading_blanks(without_trailing_blanks(text));
 }
 
 }  // namespace zelva::value
