@@ -8,7 +8,9 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <string_view>
 
+#include "file/line.h"
 #include "simulated_disk.h"
 #include "support.h"
 
@@ -196,6 +198,36 @@ bool is_mixture(const State& found, const std::vector<State>& allowed, const std
     });
 }
 
+/// Whether a file has a line of a key, or of its default, that counts or would if others were gone.
+bool has_line_of(std::string_view text, const std::string& key) {
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t end = std::min(text.find('\n', begin), text.size());
+        const std::string_view line = text.substr(begin, end - begin);
+        const auto entry = line.find('\0') == std::string_view::npos ? zelva::file::read_line(line) : std::nullopt;
+        if (entry && (entry->key == key || entry->key == "DEFAULT_" + key)) {
+            return true;
+        }
+        begin = end + 1;
+    }
+    return false;
+}
+
+/// Checks that the file on the disk holds nothing of keys that have been deleted: those that were in the store, and are
+/// in none of the states that it may be in.
+void check_nothing_is_left_of_deleted_keys(const std::string& what, const std::vector<State>& before,
+                                           const std::vector<State>& allowed) {
+    const std::string text = disk.text();
+    for (const State& state : before) {
+        for (const auto& [key, entry] : state) {
+            const bool is_deleted = std::none_of(allowed.begin(), allowed.end(),
+                                                 [&key = key](const State& other) { return other.count(key) != 0; });
+            if (is_deleted && has_line_of(text, key)) {
+                report(what + ", a line is left of " + key + " in " + abridged(text), {}, allowed);
+            }
+        }
+    }
+}
+
 /// Opens the store on the disk, and checks that it is in one of the allowed states, or a mixture of them if there is a
 /// history; then that a set is durable. Whether all of that holds.
 bool check_store(const std::string& what, const std::vector<State>& allowed,
@@ -250,11 +282,13 @@ void check(const Start& start, const std::vector<const Operation*>& sequence, st
     states.push_back(state_of_store());
     before_change = [&] { moments.push_back({disk, states.size() - 1}); };
     std::string name;
+    bool has_refused = false;
     for (const Operation* operation : sequence) {
         name += (name.empty() ? "" : ", ") + operation->name;
         State next = states.back();
         const zelva_core_status status = operation->run();
         totals.refusals += status == ZELVA_CORE_STATUS_IO_FAILED ? 1 : 0;
+        has_refused = has_refused || status == ZELVA_CORE_STATUS_IO_FAILED;
         if (status == ZELVA_CORE_STATUS_NO_ERROR) {
             operation->model(next);
         }
@@ -279,10 +313,15 @@ void check(const Start& start, const std::vector<const Operation*>& sequence, st
                                        from + static_cast<std::ptrdiff_t>(end));
         const std::vector<State>* history = possible.size() > 2 ? &states : nullptr;
         const std::string what = name + ", at moment " + std::to_string(i);
+        // A refused set of a new key may leave its default, which means nothing.
+        const std::vector<State> before(from, has_refused ? from : from + static_cast<std::ptrdiff_t>(begin));
 
         disk = moment.disk;
         disk.room = SIZE_MAX;
         ++totals.kills;
+        check_nothing_is_left_of_deleted_keys(
+            what + ", killed",
+            {states.begin(), has_refused ? from : from + static_cast<std::ptrdiff_t>(moment.acknowledged)}, alive);
         check_store(what + ", killed", alive);
 
         const bool is_every_one = moment.disk.count_losses(most) <= most;
@@ -292,6 +331,7 @@ void check(const Start& start, const std::vector<const Operation*>& sequence, st
             disk.room = SIZE_MAX;
             const std::string left = disk.text();
             ++totals.losses;
+            check_nothing_is_left_of_deleted_keys(what + ", loss " + std::to_string(loss), before, possible);
             if (!check_store(what + ", loss " + std::to_string(loss), possible, history) && totals.failures < 3) {
                 BOOST_TEST_MESSAGE("file before: " << abridged(moment.disk.text())
                                                    << "\nfile left: " << abridged(left));
@@ -345,6 +385,36 @@ BOOST_AUTO_TEST_CASE(a_loss_of_power_during_two_operations_leaves_what_was_ackno
 
 BOOST_AUTO_TEST_CASE(a_loss_of_power_during_three_operations_leaves_what_was_acknowledged) {
     check_sequences(3, is_campaign() ? 1 : 40, is_campaign() ? 12 : 8);
+    report_totals();
+    BOOST_CHECK_EQUAL(0, totals.failures);
+}
+
+BOOST_AUTO_TEST_CASE(a_loss_of_power_gives_the_first_version_no_default_of_a_deleted_one) {
+    std::mt19937 random(20);
+    const std::vector<Operation> others{set_operation("k", 5),
+                                        relaxed(set_operation("n", 7)),
+                                        set_operation("l", bait(700, 'l')),
+                                        {"sync", [] { return zelva_core_settings_sync(); }, [](State&) {}}};
+    const Operation set_version = set_operation("Version", 7);
+    const Operation delete_version = delete_operation("Version");
+    const Operation announce{"announce",
+                             [] {
+                                 unsigned old = 0;
+                                 return zelva_core_settings_get_and_set_version(&old, 3);
+                             },
+                             [](State& state) {
+                                 state["Version"] = {3, std::nullopt};
+                             }};
+    for (const Start& start : starts()) {
+        for (const Operation& first : others) {
+            for (const Operation& second : others) {
+                for (const bool is_relaxed : {false, true}) {
+                    const Operation deletion = is_relaxed ? relaxed(delete_version) : delete_version;
+                    check(start, {&set_version, &first, &deletion, &second, &announce}, 24, random);
+                }
+            }
+        }
+    }
     report_totals();
     BOOST_CHECK_EQUAL(0, totals.failures);
 }

@@ -35,6 +35,12 @@ struct Path {
 
 std::uint64_t now = 0;
 
+/// What the next change is stamped with.
+std::uint64_t time_of_change() {
+    now += disk.does_time_stand_still ? 0 : 1;
+    return now;
+}
+
 }  // namespace
 
 Disk disk;
@@ -59,7 +65,7 @@ Disk::Number Disk::create() {
     static Number last = 0;
     File file;
     file.sizes = {0};
-    file.modified = ++now;
+    file.modified = time_of_change();
     files.emplace(++last, std::move(file));
     return last;
 }
@@ -102,7 +108,7 @@ void Disk::write(Number number, std::size_t offset, const std::string& bytes) {
     for (std::size_t sector = first; sector < end; ++sector) {
         note_sector(file, sector);
     }
-    file.modified = ++now;
+    file.modified = time_of_change();
 }
 
 void Disk::resize(Number number, std::size_t size) {
@@ -117,7 +123,7 @@ void Disk::resize(Number number, std::size_t size) {
         note_sector(file, sector);
     }
     file.sizes.push_back(size);
-    file.modified = ++now;
+    file.modified = time_of_change();
 }
 
 void Disk::flush(Number number) {
@@ -276,6 +282,7 @@ int describe(Disk::Number number, struct stat* attributes) {
     attributes->st_mode = S_IFREG | file.mode;
     attributes->st_size = static_cast<off_t>(file.text.size());
     attributes->st_mtim.tv_nsec = static_cast<long>(file.modified);
+    attributes->st_ctim = attributes->st_mtim;
     return 0;
 }
 

@@ -60,6 +60,9 @@ class Disk {
     /// what a file has, it keeps.
     std::size_t room = SIZE_MAX;
 
+    /// Whether all changes have the same time, as those within a second have on some file systems.
+    bool does_time_stand_still = false;
+
     std::map<Number, File> files;
     std::map<std::string, std::vector<Names>> folders;  // by path; each version since the last flush
     std::array<char, 4096> shared{};                    // the page that programs share
