@@ -487,6 +487,27 @@ BOOST_AUTO_TEST_CASE(a_delete_costs_a_flush_within_a_sector_and_two_beyond_and_o
     }
 }
 
+// Else the key would be gone after a loss of power, though the delete has failed.
+BOOST_AUTO_TEST_CASE(a_delete_that_fails_half_way_brings_its_undoing_to_the_disk) {
+    const OpenStore store("k = I1\n#" + std::string(600, '.') + "\nDEFAULT_k = I2\n");
+    zelva_core_settings_sync();
+    std::string names;
+    before_call = [&names](const Call& call) {
+        const bool is_second_write = call.name == "pwrite"s && names.find("pwrite fdatasync ") != std::string::npos &&
+                                     names.find("refused") == std::string::npos;
+        names += call.name == "pwrite"s || call.name == "fdatasync"s ? call.name + " "s : "";
+        names += is_second_write ? "refused " : "";
+        return is_second_write ? Fate{EIO} : Fate{};
+    };
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_settings_delete_key("k"));
+    before_call = nullptr;
+    const std::string undoing = "pwrite refused pwrite pwrite fdatasync ";
+    BOOST_CHECK_MESSAGE(names.find(undoing) != std::string::npos, names);
+    BOOST_CHECK_EQUAL(Value(1), value_of("k"));
+    OpenStore::restart();
+    BOOST_CHECK_EQUAL(Value(1), value_of("k"));
+}
+
 BOOST_AUTO_TEST_CASE(a_version_that_is_there_is_flushed_once) {
     const OpenStore store("Version = I5\n");
     unsigned version = 0;
