@@ -33,6 +33,17 @@ void freeAndReset(int**& array);
 void freeAndReset(bool**& array);
 void freeAndReset(double**& array);
 
+/// Every variable that a call is to write holds something else than what is expected, before the call: a result that a
+/// library leaves unwritten fails a check. project/unwritten tries each. EXPECT_WRITTEN is for a result that no check
+/// looks at: an error if the variable still holds `before`, and no word otherwise. A macro, so that the error has the
+/// line of the case.
+#define EXPECT_WRITTEN(variable, before)                  \
+    do {                                                  \
+        if ((variable) == (before)) {                     \
+            BOOST_ERROR(#variable " was left unwritten"); \
+        }                                                 \
+    } while (false)
+
 /// What the fixtures of the settings store share: after each has written its file, open() starts the library and opens
 /// the store "test". The end closes both; the file stays.
 class SettingsFixture {

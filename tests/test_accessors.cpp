@@ -107,6 +107,7 @@ void getSetJson() {
 
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, settingsSetDefaultJson("fred", "{\n\t\"foo\":null\n}\n"));
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, settingsGetJson("fred", val));
+    EXPECT_WRITTEN(val, "");
 
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, settingsSetJson("fred", "{\"bar\":42,\"foo\":\"baz\"}"));
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, settingsGetJson("fred", val));
@@ -151,6 +152,7 @@ void GetArrayEqualsGetVector() {
 
     bool** boolArray = NULL;
     std::vector<bool> boolVect;
+    arrayLength = -1;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_arrayofbool_value("key8", &boolArray, &arrayLength));
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, settingsGetBoolVector("key8", boolVect));
     BOOST_CHECK_EQUAL(arrayLength, 4);
@@ -164,6 +166,7 @@ void GetArrayEqualsGetVector() {
 
     double** dblArray = NULL;
     std::vector<double> dblVect;
+    arrayLength = -1;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_arrayofdouble_value("key9", &dblArray, &arrayLength));
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, settingsGetDoubleVector("key9", dblVect));
     BOOST_CHECK_EQUAL(arrayLength, 4);
@@ -177,10 +180,12 @@ void GetArrayEqualsGetVector() {
 }
 
 void SetArrayGetVector() {
-    int arraySize = 0;
+    // No check looks at it.
+    int arraySize = -1;
 
     char** stringArray = NULL;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_arrayofstring_value("key6", &stringArray, &arraySize));
+    EXPECT_WRITTEN(arraySize, -1);
     free(stringArray[1]);
     stringArray[1] = strdup("not two anymore");
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_set_arrayofstring_value("key6", stringArray));
@@ -193,7 +198,9 @@ void SetArrayGetVector() {
     BOOST_CHECK_EQUAL(stringVect[2], "three");
 
     int** intArray = NULL;
+    arraySize = -1;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_arrayofint_value("key7", &intArray, &arraySize));
+    EXPECT_WRITTEN(arraySize, -1);
     *intArray[1] = 19;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_set_arrayofint_value("key7", intArray));
     zelva_core_free_int_array(intArray);
@@ -206,7 +213,9 @@ void SetArrayGetVector() {
     BOOST_CHECK_EQUAL(intVect[3], 4);
 
     bool** boolArray = NULL;
+    arraySize = -1;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_arrayofbool_value("key8", &boolArray, &arraySize));
+    EXPECT_WRITTEN(arraySize, -1);
     *boolArray[0] = false;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_set_arrayofbool_value("key8", boolArray));
     zelva_core_free_bool_array(boolArray);
@@ -219,7 +228,9 @@ void SetArrayGetVector() {
     BOOST_CHECK_EQUAL(boolVect[3], true);
 
     double** dblArray = NULL;
+    arraySize = -1;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_arrayofdouble_value("key9", &dblArray, &arraySize));
+    EXPECT_WRITTEN(arraySize, -1);
     *dblArray[0] = 8.3;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_set_arrayofdouble_value("key9", dblArray));
     zelva_core_free_double_array(dblArray);
@@ -279,6 +290,7 @@ void SetVectorGetArray() {
     boolVect[1] = false;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, settingsSetBoolVector("key8", boolVect));
     bool** boolArray = NULL;
+    arraySize = -1;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_arrayofbool_value("key8", &boolArray, &arraySize));
     BOOST_CHECK_EQUAL(arraySize, 4);
     BOOST_CHECK_EQUAL(*boolArray[0], true);
@@ -297,6 +309,7 @@ void SetVectorGetArray() {
     dblVect[1] = 17.3;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, settingsSetDoubleVector("key9", dblVect));
     double** dblArray = NULL;
+    arraySize = -1;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_arrayofdouble_value("key9", &dblArray, &arraySize));
     BOOST_CHECK_EQUAL(arraySize, 4);
     BOOST_CHECK_EQUAL(*dblArray[0], 3.023);

@@ -62,6 +62,7 @@ void getPass() {
     freeAndReset(intArray);
 
     bool** boolArray = NULL;
+    arrayLength = -1;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_arrayofbool_value("key8", &boolArray, &arrayLength));
     BOOST_CHECK_EQUAL(arrayLength, 4);
     BOOST_CHECK_EQUAL(*boolArray[0], true);
@@ -72,6 +73,7 @@ void getPass() {
     freeAndReset(boolArray);
 
     double** dblArray = NULL;
+    arrayLength = -1;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_arrayofdouble_value("key9", &dblArray, &arrayLength));
     BOOST_CHECK_EQUAL(arrayLength, 4);
     BOOST_CHECK_EQUAL(*dblArray[0], 3.023);
@@ -262,6 +264,7 @@ void getPass() {
     BOOST_CHECK_EQUAL(intVect[3], 4);
 
     bool** boolArray = NULL;
+    arrayLength = -1;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_configuration_get_arrayofbool_value("key8", &boolArray, &arrayLength));
     BOOST_CHECK_EQUAL(arrayLength, 4);
     BOOST_CHECK_EQUAL(*boolArray[0], true);
@@ -281,6 +284,7 @@ void getPass() {
     BOOST_CHECK_EQUAL(boolVect[3], true);
 
     double** dblArray = NULL;
+    arrayLength = -1;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_configuration_get_arrayofdouble_value("key9", &dblArray, &arrayLength));
     BOOST_CHECK_EQUAL(arrayLength, 4);
     BOOST_CHECK_EQUAL(*dblArray[0], 3.023);

@@ -134,12 +134,15 @@ void boolsInIniFile() {
 
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_bool_value("b1", &bval));
     BOOST_CHECK_EQUAL(bval, false);
+    bval = true;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_bool_value("b2", &bval));
     BOOST_CHECK_EQUAL(bval, false);
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_bool_value("b3", &bval));
     BOOST_CHECK_EQUAL(bval, true);
+    bval = false;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_bool_value("b4", &bval));
     BOOST_CHECK_EQUAL(bval, true);
+    bval = false;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_bool_value("b5", &bval));
     BOOST_CHECK_EQUAL(bval, true);
 

@@ -72,7 +72,7 @@ void RenameIntParam() {
     CHECK_COPY(zelva_core_settings_copy_int_key);
 
     int oldValue = 0;
-    int newValue = 0;
+    int newValue = 1;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_int_value(oldKey.c_str(), &oldValue));
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_int_value(newKey.c_str(), &newValue));
     BOOST_CHECK_EQUAL(oldValue, newValue);
@@ -83,9 +83,11 @@ void RenameBoolParam() {
     const string newKey = "new_key3";
     CHECK_COPY(zelva_core_settings_copy_bool_key);
 
-    bool oldValue = false;
+    // The value is false, and each begins as the other bool: the comparison does not tell when neither is written.
+    bool oldValue = true;
     bool newValue = true;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_bool_value(oldKey.c_str(), &oldValue));
+    EXPECT_WRITTEN(oldValue, true);
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_bool_value(newKey.c_str(), &newValue));
     BOOST_CHECK_EQUAL(oldValue, newValue);
 }
@@ -96,7 +98,7 @@ void RenameDoubleParam() {
     CHECK_COPY(zelva_core_settings_copy_double_key);
 
     double oldValue = 0.0;
-    double newValue = 0.0;
+    double newValue = 1.0;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_double_value(oldKey.c_str(), &oldValue));
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_double_value(newKey.c_str(), &newValue));
     BOOST_CHECK_EQUAL(oldValue, newValue);
@@ -110,8 +112,8 @@ void RenameArrayOfStringParam() {
 
     char** oldValues = NULL;
     char** newValues = NULL;
-    int oldLength = 0;
-    int newLength = 0;
+    int oldLength = -1;
+    int newLength = -2;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_arrayofstring_value(oldKey.c_str(), &oldValues, &oldLength));
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_arrayofstring_value(newKey.c_str(), &newValues, &newLength));
     BOOST_CHECK_EQUAL(oldLength, newLength);
@@ -148,8 +150,8 @@ void RenameArrayOfIntParam() {
 
     int** oldValues = NULL;
     int** newValues = NULL;
-    int oldLength = 0;
-    int newLength = 0;
+    int oldLength = -1;
+    int newLength = -2;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_arrayofint_value(oldKey.c_str(), &oldValues, &oldLength));
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_arrayofint_value(newKey.c_str(), &newValues, &newLength));
     checkEqual(oldValues, oldLength, newValues, newLength);
@@ -164,8 +166,8 @@ void RenameArrayOfBoolParam() {
 
     bool** oldValues = NULL;
     bool** newValues = NULL;
-    int oldLength = 0;
-    int newLength = 0;
+    int oldLength = -1;
+    int newLength = -2;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_arrayofbool_value(oldKey.c_str(), &oldValues, &oldLength));
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_arrayofbool_value(newKey.c_str(), &newValues, &newLength));
     checkEqual(oldValues, oldLength, newValues, newLength);
@@ -180,8 +182,8 @@ void RenameArrayOfDoubleParam() {
 
     double** oldValues = NULL;
     double** newValues = NULL;
-    int oldLength = 0;
-    int newLength = 0;
+    int oldLength = -1;
+    int newLength = -2;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_arrayofdouble_value(oldKey.c_str(), &oldValues, &oldLength));
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_arrayofdouble_value(newKey.c_str(), &newValues, &newLength));
     checkEqual(oldValues, oldLength, newValues, newLength);

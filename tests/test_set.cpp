@@ -122,6 +122,7 @@ void setsCanBeReadBack() {
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_set_default_arrayofbool_value(abkey, abval));
     freeAndReset(abval);
     BOOST_CHECK_EQUAL(zelva_core_settings_does_key_exist(abkey), true);
+    count = -1;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_arrayofbool_value(abkey, &abval, &count));
     BOOST_CHECK_EQUAL(count, 5);
     bool testVal = false;
@@ -141,6 +142,7 @@ void setsCanBeReadBack() {
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_set_default_arrayofdouble_value(adkey, adval));
     freeAndReset(adval);
     BOOST_CHECK_EQUAL(zelva_core_settings_does_key_exist(adkey), true);
+    count = -1;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_arrayofdouble_value(adkey, &adval, &count));
     BOOST_CHECK_EQUAL(count, 5);
     for (int i = 0; i < targetCount; ++i) {
@@ -214,6 +216,7 @@ void setJsonCases() {
     const string withBadNewlines = "{\n \"glos\nsar \n y\": {\n \"title\":\"example\"\n} \n }";
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_set_json_value(jkey, withBadNewlines.c_str()));
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_json_value(jkey, &jval));
+    EXPECT_WRITTEN(jval, NULL);
     freeAndReset(jval);
 
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_INVALID_PARAMS, zelva_core_settings_set_json_value("key10", "line one\nline two"));
@@ -252,6 +255,7 @@ void setWrongType() {
 
 // As long as a key is there, its type stays.
 #define CHECK_KEEPS_TYPE(key, oldType, setOfNewType)                                         \
+    type = noType;                                                                           \
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_type(key, &type)); \
     BOOST_CHECK_EQUAL(type, oldType);                                                        \
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE, setOfNewType)
@@ -264,12 +268,14 @@ void setWrongType() {
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_SETTING_NOT_PRESENT, getOfOldType);                          \
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, setDefaultOfNewType);                              \
     BOOST_CHECK_EQUAL(keyExistsInSettingsFile(defaultKey), true);                                    \
+    type = noType;                                                                                   \
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_type(key, &type));         \
     BOOST_CHECK_EQUAL(type, newType)
 
 // A default cannot be deleted by itself: neither while its key is there nor after.
 void changeType() {
-    zelva_core_settings_type type = ZELVA_CORE_SETTING_TYPE_ARRAYOFDOUBLE;
+    const auto noType = static_cast<zelva_core_settings_type>(15);
+    zelva_core_settings_type type = noType;
     double d = 0.123;
     char* sval = NULL;
     int ival = 0;

@@ -8,6 +8,7 @@
 
 #include "boost_test.h"
 #include "cases.h"
+#include "fixtures.h"
 
 namespace cases::testVersion {
 
@@ -21,25 +22,30 @@ void invalidVersionParams() {
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_INVALID_PARAMS, zelva_core_settings_get_and_set_version(&oldVersion, 0));
 }
 
+// What the variables hold before a call writes them: a version that no case knows.
+const unsigned int noVersion = 99;
+
 // Announces a version, is told `had`, the version that the settings had, and is told both when it asks again.
 #define CHECK_ANNOUNCING(announced, had)                                                                            \
+    oldVersion = noVersion;                                                                                         \
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_and_set_version(&oldVersion, announced)); \
     BOOST_CHECK_EQUAL(had, oldVersion);                                                                             \
+    oldVersion = newVersion = noVersion;                                                                            \
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_versions(&oldVersion, &newVersion));      \
     BOOST_CHECK_EQUAL(had, oldVersion);                                                                             \
     BOOST_CHECK_EQUAL(announced##u, newVersion)
 
 // Settings from before there were versions have version 0.
 void missingVersion() {
-    unsigned int oldVersion = 99;
-    unsigned int newVersion = 99;
+    unsigned int oldVersion = noVersion;
+    unsigned int newVersion = noVersion;
     CHECK_ANNOUNCING(1, 0u);
     CHECK_ANNOUNCING(1, 1u);
 }
 
 void changingVersion() {
-    unsigned int oldVersion = 99;
-    unsigned int newVersion = 99;
+    unsigned int oldVersion = noVersion;
+    unsigned int newVersion = noVersion;
     CHECK_ANNOUNCING(20, 19u);
     CHECK_ANNOUNCING(22, 20u);
     CHECK_ANNOUNCING(22, 22u);
@@ -47,8 +53,8 @@ void changingVersion() {
 
 // A lower version is told as announced, but does not become that of the settings.
 void cannotDecrementVersion() {
-    unsigned int oldVersion = 99;
-    unsigned int newVersion = 99;
+    unsigned int oldVersion = noVersion;
+    unsigned int newVersion = noVersion;
     CHECK_ANNOUNCING(1, 19u);
     CHECK_ANNOUNCING(18, 19u);
     CHECK_ANNOUNCING(20, 19u);
@@ -57,11 +63,13 @@ void cannotDecrementVersion() {
 
 // New settings have nothing to migrate: they are of the announced version from the start.
 void emptySettingsFile() {
-    unsigned int oldVersion = 99;
-    unsigned int newVersion = 99;
+    unsigned int oldVersion = noVersion;
+    unsigned int newVersion = noVersion;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_and_set_version(&oldVersion, 1));
     BOOST_CHECK_EQUAL(1u, oldVersion);
+    oldVersion = noVersion;
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_versions(&oldVersion, &newVersion));
+    EXPECT_WRITTEN(newVersion, noVersion);
     BOOST_CHECK_EQUAL(1u, oldVersion);
     BOOST_CHECK_EQUAL(1u, oldVersion);
 }
