@@ -11,6 +11,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
+#include <fstream>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -83,6 +85,18 @@ Loop::~Loop() {
     close(descriptor_);
 }
 
+void Loop::set_failing(bool is_failing) {
+    // What lies behind the end of a device can neither be read nor written.
+    constexpr std::size_t smallest_size = 512;
+    loop_info64 info{};
+    int result = ioctl(descriptor_, LOOP_GET_STATUS64, &info);
+    info.lo_sizelimit = is_failing ? smallest_size : 0;
+    result = result == 0 ? ioctl(descriptor_, LOOP_SET_STATUS64, &info) : result;
+    if (result != 0) {
+        fail(path_);
+    }
+}
+
 const FileSystem* find_file_system(const std::string& name) {
     // Nothing is discarded, since what a disk holds after that is not known, nor is anything written after the mount
     // that need not be.
@@ -106,6 +120,39 @@ const FileSystem* find_file_system(const std::string& name) {
         }
     }
     return nullptr;
+}
+
+bool is_in_kernel(const std::string& name) {
+    const auto is_listed = [&] {
+        std::ifstream list("/proc/filesystems");
+        for (std::string word; list >> word;) {
+            if (word == name) {
+                return true;
+            }
+        }
+        return false;
+    };
+    return is_listed() || (std::system(("modprobe -q " + name).c_str()) == 0 && is_listed());
+}
+
+std::string obstacle(const FileSystem& file_system) {
+    if (geteuid() != 0) {
+        return "needs root";
+    }
+    if (!is_in_kernel(file_system.name)) {
+        return "the kernel has no " + file_system.name;
+    }
+    const std::string program = file_system.program.substr(0, file_system.program.find(' '));
+    if (std::system(("command -v " + program + " >/dev/null").c_str()) != 0) {
+        return "no " + program;
+    }
+    try {
+        const Disk disk(file_system.disk_size);
+        const Loop loop(disk.descriptor());
+    } catch (const std::exception& error) {
+        return std::string("no loop device: ") + error.what();
+    }
+    return {};
 }
 
 void make(const FileSystem& file_system, std::size_t variant, const std::string& device) {

@@ -38,6 +38,9 @@ class Loop {
 
     const std::string& path() const { return path_; }
 
+    /// Makes all reads and writes of it fail from now on, or no longer. Throws std::system_error when it cannot.
+    void set_failing(bool is_failing);
+
   private:
     std::string path_;
     int descriptor_ = -1;
@@ -62,6 +65,12 @@ struct FileSystem {
 
 /// The file system of this name; nullptr when there is none.
 const FileSystem* find_file_system(const std::string& name);
+
+/// Whether the kernel has a file system of this name.
+bool is_in_kernel(const std::string& name);
+
+/// Why such a file system cannot be made and mounted on this machine; empty when it can.
+std::string obstacle(const FileSystem& file_system);
 
 /// Makes a file system on a device. Throws std::runtime_error when that fails.
 void make(const FileSystem& file_system, std::size_t variant, const std::string& device);

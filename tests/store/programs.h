@@ -18,6 +18,9 @@ struct TimeLimit {
     TimeLimit& operator=(const TimeLimit&) = delete;
 };
 
+/// Chooses another folder and another store than "test" for what this program opens. For `prepare` of Program.
+void choose_store(const std::string& folder, const std::string& name);
+
 /// Starts a program that opens the store, runs `body` and ends with its result: 0 for success.
 pid_t start(const std::function<int()>& body);
 
@@ -55,7 +58,7 @@ class Program {
 
     [[noreturn]] static void obey(int socket);
     void give(const Order& order) const;
-    std::string answer() const;
+    std::string answer();
 
     int socket_ = -1;
     pid_t process_ = -1;

@@ -1,0 +1,1 @@
+#include "mounted/mounted_folder.h"

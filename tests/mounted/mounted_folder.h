@@ -1,0 +1,77 @@
+// The settings folder of the tests on file systems that they mount themselves.
+//
+// The library is never called in the test program, only in programs that it starts: so a signal is theirs, and each has
+// its own settings folder.
+#pragma once
+
+#include <boost/test/unit_test.hpp>
+#include <optional>
+#include <string>
+
+#include "power/volume.h"
+#include "store/programs.h"
+#include "store/support.h"
+
+extern const power::FileSystem ext4;
+extern const power::FileSystem ext4_of_whole_seconds;  // as time stamps
+extern const power::FileSystem ext4_with_data_journal;
+extern const power::FileSystem xfs;
+extern const power::FileSystem btrfs;
+
+/// A new disk, mounted over the folder of temporary files, with an empty settings folder on it. REQUIRES: no program
+/// that has the store open outlives it.
+class MountedFolder {
+  public:
+    explicit MountedFolder(const power::FileSystem& file_system);
+
+    /// As the end of the machine's power and a new start. What was written and not flushed may be there or not.
+    void remount();
+
+    /// Makes the disk fail, or no longer.
+    void set_failing(bool is_failing);
+
+    /// Fills the disk until not a byte of `file` can be overwritten, which has to be some pages long.
+    void fill(const std::string& file);
+    static void make_room();
+
+  private:
+    const power::FileSystem& file_system_;
+    power::Disk disk_;
+    std::optional<power::Loop> loop_;
+    std::optional<power::Mount> mount_;
+};
+
+/// A precondition of tests: that this file system can be mounted and this command found. Says what is not tested.
+class needs {
+  public:
+    explicit needs(const power::FileSystem& file_system, std::string command = "");
+    boost::test_tools::assertion_result operator()(boost::unit_test::test_unit_id test) const;
+
+    /// Whether any test could not be run, and none could.
+    static bool has_skipped_all();
+
+  private:
+    const power::FileSystem* file_system_;
+    std::string command_;
+};
+
+/// A test of what needs a file system, and a command.
+#define MOUNTED_TEST_CASE(name, ...) \
+    BOOST_AUTO_TEST_CASE(name, *boost::unit_test::precondition(needs(__VA_ARGS__)) * boost::unit_test::fixture<TimeLimit>())
+
+/// Runs a command of the shell in the settings folder. Fails the test when it fails.
+void run(const std::string& command);
+
+// Steps of programs (programs.h). The keys are "k", "l" and "new", which hold ints, and "text", which holds a string.
+int set_k(int value);
+int set_new(int value);
+int set_text(int letter);  // of the size that it has in `store_text`
+int delete_l(int);
+int get_k(int);  // -1 if that fails
+int reload(int);
+
+/// The values of all keys, or the statuses of the gets.
+std::string values(int);
+
+/// The file of a store that holds the keys of these steps.
+extern const std::string store_text;
