@@ -1,52 +1,18 @@
 // File systems that write a page elsewhere than it was: on a full one not even a byte can be overwritten.
-#include <sys/mman.h>
-
-#include <atomic>
-#include <new>
-
 #include "mounted/mounted_folder.h"
 
 namespace {
 
-/// Tells the reader to stop.
-std::atomic<bool>* is_done = nullptr;
-
-/// A step: gets until it is told to stop. The number of gets that failed.
-int get_all_the_time(int) {
-    int failures = 0;
-    while (!*is_done) {
-        failures += values(0).find("status 4") == std::string::npos ? 0 : 1;
-    }
-    return failures;
+/// A step.
+int get_an_int(int) {
+    int value = 0;
+    return zelva_core_settings_get_int_value("k", &value);
 }
 
-/// A program that gets all the time.
-class Reader {
-  public:
-    Reader() {
-        if (is_done == nullptr) {
-            void* const memory = mmap(nullptr, sizeof *is_done, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-            BOOST_REQUIRE(memory != MAP_FAILED);
-            is_done = new (memory) std::atomic<bool>(false);
-        }
-        *is_done = false;
-        program_.emplace();
-        program_->begin(get_all_the_time);
-    }
-    Reader(const Reader&) = delete;
-    Reader& operator=(const Reader&) = delete;
-    ~Reader() { *is_done = true; }
+const char* const flush = "sync -f .";
+const char* const copy = "sync -f . && cp -a --reflink=always settings copy";
 
-    int number_of_failures() {
-        *is_done = true;
-        return program_->result();
-    }
-
-  private:
-    std::optional<Program> program_;
-};
-
-const std::string probe_path() {
+std::string probe_path() {
     return store_path("probe");
 }
 
@@ -82,9 +48,9 @@ void check_full_disk(const power::FileSystem& file_system, const std::string& co
     run(command);
     disk.fill(probe_path());
     {
-        std::optional<Reader> reader;
+        std::optional<Repetition> reader;
         if (with_a_reader) {
-            reader.emplace();
+            reader.emplace(get_an_int);
         }
         check_refusals(opened_before);
         {
@@ -97,7 +63,8 @@ void check_full_disk(const power::FileSystem& file_system, const std::string& co
         }
         check_changes(opened_before, 'd');
         if (reader) {
-            BOOST_CHECK_EQUAL(0, reader->number_of_failures());
+            reader->stop();
+            BOOST_CHECK_EQUAL(reader->begun(), reader->count(ZELVA_CORE_STATUS_NO_ERROR));
         }
     }
     BOOST_CHECK_EQUAL(opened_before.ask(values), Program().ask(values));
@@ -108,20 +75,20 @@ void check_full_disk(const power::FileSystem& file_system, const std::string& co
 BOOST_AUTO_TEST_SUITE(full_disk)
 
 MOUNTED_TEST_CASE(a_full_btrfs_refuses_changes_and_takes_them_when_there_is_room_again, btrfs) {
-    check_full_disk(btrfs, "sync -f .", false);
+    check_full_disk(btrfs, flush, false);
 }
 
 MOUNTED_TEST_CASE(a_full_btrfs_does_not_disturb_a_program_that_reads, btrfs) {
-    check_full_disk(btrfs, "sync -f .", true);
+    check_full_disk(btrfs, flush, true);
 }
 
 // What two files share is written elsewhere when one of them is changed.
 MOUNTED_TEST_CASE(a_full_xfs_with_a_copy_that_shares_its_pages_refuses_changes, xfs) {
-    check_full_disk(xfs, "sync -f . && cp -a --reflink=always . ../copy", false);
+    check_full_disk(xfs, copy, false);
 }
 
 MOUNTED_TEST_CASE(a_full_xfs_with_a_copy_that_shares_its_pages_does_not_disturb_a_program_that_reads, xfs) {
-    check_full_disk(xfs, "sync -f . && cp -a --reflink=always . ../copy", true);
+    check_full_disk(xfs, copy, true);
 }
 
 BOOST_AUTO_TEST_SUITE_END()

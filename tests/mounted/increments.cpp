@@ -1,9 +1,9 @@
 #include "mounted/increments.h"
 
-#include <sched.h>
 #include <semaphore.h>
 #include <sys/mman.h>
 
+#include <array>
 #include <new>
 
 #include "mounted/mounted_folder.h"
@@ -12,17 +12,18 @@ namespace {
 
 /// Memory that the programs share.
 struct Page {
-    sem_t turn;
+    std::array<sem_t, 2> turns;
     int acknowledged;
     int stale;
 };
 Page* page = nullptr;
 
-/// A step. The number of sets that were refused.
-int increment(int count) {
+/// A step of the first or second program. The number of sets that were refused.
+int count_up(int program) {
+    const auto number = static_cast<std::size_t>(program);
     int refused = 0;
-    for (int i = 0; i < count; ++i) {
-        while (sem_wait(&page->turn) != 0) {
+    for (int i = 0; i < Increments::per_program; ++i) {
+        while (sem_wait(&page->turns[number]) != 0) {
         }
         int value = -1;
         const zelva_core_status status = zelva_core_settings_get_int_value("k", &value);
@@ -33,8 +34,7 @@ int increment(int count) {
         } else {
             ++refused;
         }
-        sem_post(&page->turn);
-        sched_yield();
+        sem_post(&page->turns[1 - number]);
     }
     return refused;
 }
@@ -45,7 +45,9 @@ Increments::Increments() {
     void* const memory = mmap(nullptr, sizeof(Page), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     BOOST_REQUIRE(memory != MAP_FAILED);
     page = new (memory) Page{};
-    BOOST_REQUIRE_EQUAL(0, sem_init(&page->turn, 1, 1));
+    for (const unsigned number : {0, 1}) {
+        BOOST_REQUIRE_EQUAL(0, sem_init(&page->turns[number], 1, 1 - number));
+    }
 }
 
 Increments::~Increments() {
@@ -53,8 +55,8 @@ Increments::~Increments() {
 }
 
 void Increments::run(Program& first, Program& second) {
-    first.begin(increment, per_program);
-    second.begin(increment, per_program);
+    first.begin(count_up, 0);
+    second.begin(count_up, 1);
     refused_ = {first.result(), second.result()};
 }
 

@@ -1,5 +1,5 @@
-// Two programs that count up one key together, in turns that a lock of their own gives them: so each get has to see
-// what the other program has set, and no set may be lost.
+// Two programs that count up one key together, in turns, without a lock of the store's: so each get has to see what the
+// other program has set, and no set may be lost.
 #pragma once
 
 #include <array>

@@ -1,6 +1,6 @@
 // Stores on real file systems: full and failing ones, copies on write, whole seconds, overlays, access lists, and
-// folders and files that are moved, linked and mounted once more. Each test mounts its own disk, in a mount namespace of
-// the program, which is gone when it ends.
+// folders and files that are moved, linked and mounted once more. Each test mounts its own disk, in a mount namespace
+// of the program, which is gone when it ends.
 #define BOOST_TEST_DYN_LINK
 #define BOOST_TEST_NO_MAIN
 #define BOOST_TEST_ALTERNATIVE_INIT_API

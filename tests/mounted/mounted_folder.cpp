@@ -2,12 +2,15 @@
 
 #include <fcntl.h>
 #include <stdlib.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <filesystem>
 #include <iostream>
+#include <new>
 #include <utility>
 
 namespace {
@@ -63,8 +66,8 @@ const power::FileSystem ext4_with_data_journal{
 const power::FileSystem xfs{"xfs", 320 * mebibyte, "mkfs.xfs -q -K", {"-m reflink=1"}, "", {}};
 const power::FileSystem btrfs{"btrfs", 64 * mebibyte, "mkfs.btrfs -q --nodiscard", {"--mixed"}, "nodiscard", {}};
 
-const std::string store_text = "# a comment\nk = I1\nl = I2\ntext = S" + std::string(100, 'a') + "\nlong = S" +
-                               std::string(6000, 'b') + "\n";
+const std::string store_text =
+    "# a comment\nk = I1\nl = I2\ntext = S" + std::string(100, 'a') + "\nlong = S" + std::string(6000, 'b') + "\n";
 
 MountedFolder::MountedFolder(const power::FileSystem& file_system)
     : file_system_(file_system), disk_(file_system.disk_size), loop_(disk_.descriptor()) {
@@ -114,8 +117,8 @@ needs::needs(const power::FileSystem& file_system, std::string command)
 
 boost::test_tools::assertion_result needs::operator()(boost::unit_test::test_unit_id test) const {
     std::string why = power::obstacle(*file_system_);
-    if (why.empty() && !command_.empty() && system(("command -v " + command_ + " >/dev/null").c_str()) != 0) {
-        why = "no " + command_;
+    if (why.empty() && system(("{ " + command_ + "; } >/dev/null").c_str()) != 0) {
+        why = "this has failed: " + command_;
     }
     ++(why.empty() ? other_tests : skipped_tests);
     if (!why.empty()) {
@@ -130,7 +133,72 @@ bool needs::has_skipped_all() {
 }
 
 void run(const std::string& command) {
-    BOOST_REQUIRE_MESSAGE(system(("cd " + Folder::path() + " && " + command).c_str()) == 0, "failed: " << command);
+    BOOST_REQUIRE_MESSAGE(system(("cd " + Folder::path() + "/.. && " + command).c_str()) == 0, "failed: " << command);
+}
+
+struct Repetition::Page {
+    Program::Step step;
+    std::atomic<bool> is_done{false};
+    std::atomic<int> begun{0};
+    std::atomic<int> last_success{-1};
+    std::array<std::atomic<int>, ZELVA_CORE_STATUS_SETTING_NOT_PRESENT + 1> counts{};
+};
+
+Repetition::Page* Repetition::page_ = nullptr;
+
+Repetition::Repetition(Program::Step step) {
+    void* const memory = mmap(nullptr, sizeof(Page), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    BOOST_REQUIRE(memory != MAP_FAILED);
+    page_ = new (memory) Page{step};
+    program_.emplace();
+    program_->begin(repeat);
+}
+
+Repetition::~Repetition() {
+    page_->is_done = true;
+    program_.reset();
+    munmap(page_, sizeof(Page));
+}
+
+int Repetition::repeat(int) {
+    while (!page_->is_done) {
+        const int number = page_->begun++;
+        const int status = page_->step(number);
+        ++page_->counts.at(static_cast<std::size_t>(status));
+        if (status == ZELVA_CORE_STATUS_NO_ERROR) {
+            page_->last_success = number;
+        }
+    }
+    return 0;
+}
+
+void Repetition::stop() {
+    page_->is_done = true;
+    program_->result();
+    program_.reset();
+}
+
+void Repetition::kill() {
+    program_->kill();
+    program_.reset();
+}
+
+int Repetition::begun() const {
+    return page_->begun;
+}
+
+int Repetition::count(zelva_core_status status) const {
+    return page_->counts.at(status);
+}
+
+int Repetition::last_success() const {
+    return page_->last_success;
+}
+
+void Repetition::wait_for_steps(int count) const {
+    for (const int before = begun(); begun() < before + count && !program_->has_finished(0);) {
+        usleep(100);
+    }
 }
 
 int set_k(int value) {

@@ -41,10 +41,11 @@ class MountedFolder {
     std::optional<power::Mount> mount_;
 };
 
-/// A precondition of tests: that this file system can be mounted and this command found. Says what is not tested.
+/// A precondition of tests: that this file system can be mounted, and that this command of the shell succeeds. Says
+/// what is not tested.
 class needs {
   public:
-    explicit needs(const power::FileSystem& file_system, std::string command = "");
+    explicit needs(const power::FileSystem& file_system, std::string command = "true");
     boost::test_tools::assertion_result operator()(boost::unit_test::test_unit_id test) const;
 
     /// Whether any test could not be run, and none could.
@@ -55,12 +56,39 @@ class needs {
     std::string command_;
 };
 
-/// A test of what needs a file system, and a command.
+/// A test of what needs that.
 #define MOUNTED_TEST_CASE(name, ...) \
-    BOOST_AUTO_TEST_CASE(name, *boost::unit_test::precondition(needs(__VA_ARGS__)) * boost::unit_test::fixture<TimeLimit>())
+    BOOST_AUTO_TEST_CASE(name,       \
+                         *boost::unit_test::precondition(needs(__VA_ARGS__)) * boost::unit_test::fixture<TimeLimit>())
 
-/// Runs a command of the shell in the settings folder. Fails the test when it fails.
+/// Runs a command of the shell in the folder in which the settings folder is "settings". Fails the test when it fails.
 void run(const std::string& command);
+
+/// A program that runs a step with 0, 1, 2 and so on, until it is stopped or killed.
+class Repetition {
+  public:
+    explicit Repetition(Program::Step step);
+    Repetition(const Repetition&) = delete;
+    Repetition& operator=(const Repetition&) = delete;
+    ~Repetition();
+
+    // End the program. The first lets it finish its step, and fails the test when it has died before.
+    void stop();
+    void kill();
+
+    void wait_for_steps(int count) const;
+
+    int begun() const;                          // how many steps
+    int count(zelva_core_status status) const;  // how many have given this
+    int last_success() const;                   // the number of the last that has given 0; -1 if none has
+
+  private:
+    struct Page;
+    static int repeat(int);
+
+    static Page* page_;  // shared with the program
+    std::optional<Program> program_;
+};
 
 // Steps of programs (programs.h). The keys are "k", "l" and "new", which hold ints, and "text", which holds a string.
 int set_k(int value);

@@ -19,8 +19,7 @@ std::string other_folder() {
 
 /// Two programs that have one file open.
 struct TwoPrograms {
-    TwoPrograms(const std::string& folder, const std::string& name)
-        : second([&] { choose_store(folder, name); }) {}
+    TwoPrograms(const std::string& folder, const std::string& name) : second([&] { choose_store(folder, name); }) {}
     Increments increments;
     Program first;
     Program second;

@@ -27,6 +27,19 @@ constexpr std::size_t mebibyte = 1 << 20;
     throw std::system_error(errno, std::generic_category(), what);
 }
 
+bool is_in_kernel(const std::string& name) {
+    const auto is_listed = [&] {
+        std::ifstream list("/proc/filesystems");
+        for (std::string word; list >> word;) {
+            if (word == name) {
+                return true;
+            }
+        }
+        return false;
+    };
+    return is_listed() || (std::system(("modprobe -q " + name).c_str()) == 0 && is_listed());
+}
+
 }  // namespace
 
 Disk::Disk(std::size_t size) : size_(size), descriptor_(memfd_create("disk", MFD_CLOEXEC)) {
@@ -120,19 +133,6 @@ const FileSystem* find_file_system(const std::string& name) {
         }
     }
     return nullptr;
-}
-
-bool is_in_kernel(const std::string& name) {
-    const auto is_listed = [&] {
-        std::ifstream list("/proc/filesystems");
-        for (std::string word; list >> word;) {
-            if (word == name) {
-                return true;
-            }
-        }
-        return false;
-    };
-    return is_listed() || (std::system(("modprobe -q " + name).c_str()) == 0 && is_listed());
 }
 
 std::string obstacle(const FileSystem& file_system) {

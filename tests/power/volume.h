@@ -66,9 +66,6 @@ struct FileSystem {
 /// The file system of this name; nullptr when there is none.
 const FileSystem* find_file_system(const std::string& name);
 
-/// Whether the kernel has a file system of this name.
-bool is_in_kernel(const std::string& name);
-
 /// Why such a file system cannot be made and mounted on this machine; empty when it can.
 std::string obstacle(const FileSystem& file_system);
 

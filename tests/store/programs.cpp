@@ -110,7 +110,7 @@ Program::~Program() {
     shutdown(socket_, SHUT_WR);
     if (process_ != -1) {
         if (!has_finished(1000)) {
-            kill(process_, SIGKILL);
+            kill();
         }
         waitpid(process_, nullptr, 0);
     }
@@ -167,6 +167,10 @@ bool Program::has_finished(int milliseconds) const {
 
 int Program::result() {
     return std::stoi(answer());
+}
+
+void Program::kill() {
+    ::kill(process_, SIGKILL);
 }
 
 bool is_root() {

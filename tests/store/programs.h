@@ -49,6 +49,8 @@ class Program {
     bool has_finished(int milliseconds) const;
     int result();
 
+    void kill();
+
   private:
     struct Order {
         Step step;
