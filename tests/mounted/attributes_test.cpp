@@ -29,10 +29,6 @@ int set_many(int count) {
     return failures;
 }
 
-int close_store(int) {
-    return zelva_core_settings_deinit();
-}
-
 void check_attributes(const power::FileSystem& file_system) {
     MountedFolder disk(file_system);
     write_file(store_path(), "k = I1\n");

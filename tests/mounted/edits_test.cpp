@@ -31,9 +31,6 @@ int set_number(int number) {
 int set_durability(int durability) {
     return zelva_core_settings_set_durability(static_cast<zelva_core_durability>(durability));
 }
-int close_store(int) {
-    return zelva_core_settings_deinit();
-}
 
 struct stat attributes_of_file() {
     struct stat attributes {};

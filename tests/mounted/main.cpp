@@ -22,5 +22,5 @@ int main(int count, char** arguments) {
         return skipped;
     }
     const int result = boost::unit_test::unit_test_main([] { return true; }, count, arguments);
-    return needs::has_skipped_all() ? skipped : result;
+    return Needs::has_skipped_all() ? skipped : result;
 }

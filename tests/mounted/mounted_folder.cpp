@@ -70,23 +70,25 @@ const std::string store_text =
     "# a comment\nk = I1\nl = I2\ntext = S" + std::string(100, 'a') + "\nlong = S" + std::string(6000, 'b') + "\n";
 
 MountedFolder::MountedFolder(const power::FileSystem& file_system)
-    : file_system_(file_system), disk_(file_system.disk_size), loop_(disk_.descriptor()) {
-    power::make(file_system_, 0, loop_->path() + " 2>&1");
-    mount_.emplace(file_system_, *loop_, fs::temp_directory_path());
+    : file_system_(file_system),
+      disk_(file_system.disk_size),
+      medium_(disk_.descriptor()),
+      loop_(medium_.descriptor(), true) {
+    power::make(file_system_, 0, loop_.path() + " 2>&1");
+    mount_.emplace(file_system_, loop_, fs::temp_directory_path());
     fs::create_directories(Folder::path());
     for (fs::path folder = Folder::path(); folder != fs::temp_directory_path(); folder = folder.parent_path()) {
         fs::permissions(folder, fs::perms(0755));
     }
 }
 
-void MountedFolder::remount() {
-    mount_.reset();
-    set_failing(false);
-    mount_.emplace(file_system_, *loop_, fs::temp_directory_path());
+void MountedFolder::set_failing(bool is_failing) {
+    medium_.set_failing(is_failing);
 }
 
-void MountedFolder::set_failing(bool is_failing) {
-    loop_->set_failing(is_failing);
+void MountedFolder::remount() {
+    mount_.reset();
+    mount_.emplace(file_system_, loop_, fs::temp_directory_path());
 }
 
 void MountedFolder::fill(const std::string& file) {
@@ -112,10 +114,10 @@ void MountedFolder::make_room() {
     close(folder);
 }
 
-needs::needs(const power::FileSystem& file_system, std::string command)
+Needs::Needs(const power::FileSystem& file_system, std::string command)
     : file_system_(&file_system), command_(std::move(command)) {}
 
-boost::test_tools::assertion_result needs::operator()(boost::unit_test::test_unit_id test) const {
+boost::test_tools::assertion_result Needs::operator()(boost::unit_test::test_unit_id test) const {
     std::string why = power::obstacle(*file_system_);
     if (why.empty() && system(("{ " + command_ + "; } >/dev/null").c_str()) != 0) {
         why = "this has failed: " + command_;
@@ -128,7 +130,7 @@ boost::test_tools::assertion_result needs::operator()(boost::unit_test::test_uni
     return why.empty();
 }
 
-bool needs::has_skipped_all() {
+bool Needs::has_skipped_all() {
     return skipped_tests > 0 && other_tests == 0;
 }
 
@@ -218,8 +220,8 @@ int get_k(int) {
     zelva_core_settings_get_int_value("k", &value);
     return value;
 }
-int reload(int) {
-    return zelva_core_settings_reload();
+int close_store(int) {
+    return zelva_core_settings_deinit();
 }
 
 std::string values(int) {

@@ -24,11 +24,11 @@ class MountedFolder {
   public:
     explicit MountedFolder(const power::FileSystem& file_system);
 
-    /// As the end of the machine's power and a new start. What was written and not flushed may be there or not.
-    void remount();
-
     /// Makes the disk fail, or no longer.
     void set_failing(bool is_failing);
+
+    /// Mounts the disk anew, which is to work.
+    void remount();
 
     /// Fills the disk until not a byte of `file` can be overwritten, which has to be some pages long.
     void fill(const std::string& file);
@@ -37,15 +37,16 @@ class MountedFolder {
   private:
     const power::FileSystem& file_system_;
     power::Disk disk_;
-    std::optional<power::Loop> loop_;
+    power::Loop medium_;
+    power::Loop loop_;
     std::optional<power::Mount> mount_;
 };
 
 /// A precondition of tests: that this file system can be mounted, and that this command of the shell succeeds. Says
 /// what is not tested.
-class needs {
+class Needs {
   public:
-    explicit needs(const power::FileSystem& file_system, std::string command = "true");
+    explicit Needs(const power::FileSystem& file_system, std::string command = "true");
     boost::test_tools::assertion_result operator()(boost::unit_test::test_unit_id test) const;
 
     /// Whether any test could not be run, and none could.
@@ -59,7 +60,7 @@ class needs {
 /// A test of what needs that.
 #define MOUNTED_TEST_CASE(name, ...) \
     BOOST_AUTO_TEST_CASE(name,       \
-                         *boost::unit_test::precondition(needs(__VA_ARGS__)) * boost::unit_test::fixture<TimeLimit>())
+                         *boost::unit_test::precondition(Needs(__VA_ARGS__)) * boost::unit_test::fixture<TimeLimit>())
 
 /// Runs a command of the shell in the folder in which the settings folder is "settings". Fails the test when it fails.
 void run(const std::string& command);
@@ -96,7 +97,7 @@ int set_new(int value);
 int set_text(int letter);  // of the size that it has in `store_text`
 int delete_l(int);
 int get_k(int);  // -1 if that fails
-int reload(int);
+int close_store(int);
 
 /// The values of all keys, or the statuses of the gets.
 std::string values(int);

@@ -65,7 +65,7 @@ Disk::~Disk() {
     }
 }
 
-Loop::Loop(int file) {
+Loop::Loop(int file, bool is_direct) {
     const int control = open("/dev/loop-control", O_RDWR | O_CLOEXEC);
     if (control < 0) {
         fail("/dev/loop-control");
@@ -83,7 +83,7 @@ Loop::Loop(int file) {
         }
         loop_config configuration{};
         configuration.fd = static_cast<__u32>(file);
-        configuration.info.lo_flags = LO_FLAGS_AUTOCLEAR;
+        configuration.info.lo_flags = LO_FLAGS_AUTOCLEAR | (is_direct ? LO_FLAGS_DIRECT_IO : 0);
         if (ioctl(descriptor_, LOOP_CONFIGURE, &configuration) != 0) {
             close(std::exchange(descriptor_, -1));
         }
@@ -99,7 +99,6 @@ Loop::~Loop() {
 }
 
 void Loop::set_failing(bool is_failing) {
-    // What lies behind the end of a device can neither be read nor written.
     constexpr std::size_t smallest_size = 512;
     loop_info64 info{};
     int result = ioctl(descriptor_, LOOP_GET_STATUS64, &info);

@@ -30,15 +30,20 @@ class Disk {
 /// A loop device. Detached when neither the object nor a mount holds it any longer.
 class Loop {
   public:
-    /// Attaches a free one to a file. Throws std::system_error when there is none.
-    explicit Loop(int file);
+    /// Attaches a free one to a file; with direct I/O, what it is asked for reaches the file, and what fails there
+    /// fails. Throws std::system_error when there is none.
+    explicit Loop(int file, bool is_direct = false);
     Loop(const Loop&) = delete;
     Loop& operator=(const Loop&) = delete;
     ~Loop();
 
     const std::string& path() const { return path_; }
 
-    /// Makes all reads and writes of it fail from now on, or no longer. Throws std::system_error when it cannot.
+    /// The device as a file.
+    int descriptor() const { return descriptor_; }
+
+    /// Takes the device its content away, or gives it back. A file system on it would find the device itself smaller,
+    /// one on a second device that is attached to this one (is_direct) finds that all reads and writes fail.
     void set_failing(bool is_failing);
 
   private:
