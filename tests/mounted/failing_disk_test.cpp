@@ -51,8 +51,11 @@ int check_failure(const power::FileSystem& file_system, std::mt19937& random, En
                           sets.count(ZELVA_CORE_STATUS_NO_ERROR) + sets.count(ZELVA_CORE_STATUS_IO_FAILED));
     }
     BOOST_CHECK_EQUAL(0, sets.count(get_has_failed));
-    // What the file system then allows is its own affair, but for the end of the program.
-    BOOST_CHECK_NE(-1, result_of(start([] { return set_new(1); })));
+    // The file system may allow no write, or not even a read.
+    const bool can_be_read = !read_file(store_path()).empty();
+    const int result = result_of(start([] { return set_new(1); }));
+    BOOST_CHECK_NE(-1, result);
+    BOOST_CHECK(result != not_opened || !can_be_read);
     disk.remount();
     check_value(sets);
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, Program().run(set_k, -5));

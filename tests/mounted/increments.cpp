@@ -45,7 +45,7 @@ Increments::Increments() {
     void* const memory = mmap(nullptr, sizeof(Page), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     BOOST_REQUIRE(memory != MAP_FAILED);
     page = new (memory) Page{};
-    for (const unsigned number : {0, 1}) {
+    for (const unsigned number : {0U, 1U}) {
         BOOST_REQUIRE_EQUAL(0, sem_init(&page->turns[number], 1, 1 - number));
     }
 }

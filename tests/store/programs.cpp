@@ -75,7 +75,7 @@ pid_t start(const std::function<int()>& body) {
     const pid_t program = fork();
     if (program == 0) {
         begin_program();
-        _exit(open_store() == ZELVA_CORE_STATUS_NO_ERROR ? body() : 99);
+        _exit(open_store() == ZELVA_CORE_STATUS_NO_ERROR ? body() : not_opened);
     }
     return program;
 }

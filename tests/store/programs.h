@@ -21,7 +21,9 @@ struct TimeLimit {
 /// Chooses another folder and another store than "test" for what this program opens. For `prepare` of Program.
 void choose_store(const std::string& folder, const std::string& name);
 
-/// Starts a program that opens the store, runs `body` and ends with its result: 0 for success.
+/// Starts a program that opens the store, runs `body` and ends with its result: 0 for success, `not_opened` when the
+/// store could not be opened.
+constexpr int not_opened = 99;
 pid_t start(const std::function<int()>& body);
 
 /// What a program has ended with; -1 if it was killed.
