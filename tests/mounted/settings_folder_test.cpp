@@ -59,7 +59,7 @@ MOUNTED_TEST_CASE(a_program_that_sets_survives_that_its_folder_is_copied_over, e
     run("cp -a settings backup");
     {
         Repetition sets(set_k);
-        const int copies = is_campaign() ? 3000 : 300;
+        const int copies = is_campaign() ? 3000 : 150;
         for (int i = 0; i < copies; ++i) {
             run("cp -a backup/. settings");
         }
