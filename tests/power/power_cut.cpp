@@ -204,38 +204,13 @@ int run(const FileSystem& file_system, std::size_t states, const std::string& wo
 }
 
 /// Why the test cannot be run on this machine; empty when it can.
-std::string obstacle(const FileSystem& file_system) {
-    if (geteuid() != 0) {
-        return "needs root";
-    }
+std::string obstacle_to_test(const FileSystem& file_system) {
     const int fuse = open("/dev/fuse", O_RDWR | O_CLOEXEC);
     if (fuse < 0) {
-        return "no /dev/fuse";
+        return geteuid() == 0 ? "no /dev/fuse" : "needs root";
     }
     close(fuse);
-    const auto is_in_kernel = [&] {
-        std::ifstream list("/proc/filesystems");
-        for (std::string word; list >> word;) {
-            if (word == file_system.name) {
-                return true;
-            }
-        }
-        return false;
-    };
-    if (!is_in_kernel() && (std::system(("modprobe -q " + file_system.name).c_str()) != 0 || !is_in_kernel())) {
-        return "the kernel has no " + file_system.name;
-    }
-    const std::string program = file_system.program.substr(0, file_system.program.find(' '));
-    if (std::system(("command -v " + program + " >/dev/null").c_str()) != 0) {
-        return "no " + program;
-    }
-    try {
-        const Disk disk(file_system.disk_size);
-        const Loop loop(disk.descriptor());
-    } catch (const std::exception& error) {
-        return std::string("no loop device: ") + error.what();
-    }
-    return {};
+    return obstacle(file_system);
 }
 
 /// Gives the processes that this one is about to start process numbers and mounts of their own, which end with the
@@ -300,7 +275,7 @@ int main(int count, char** words) {
     }
     const std::size_t states = std::stoul(words[getenv("ZELVA_CORE_CAMPAIGN") == nullptr ? 2 : 3]);
     try {
-        std::string why = obstacle(*file_system);
+        std::string why = obstacle_to_test(*file_system);
         if (const int error = why.empty() ? separate() : 0) {
             why = std::string("no mounts: ") + std::strerror(error);
         }

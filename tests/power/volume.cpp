@@ -11,6 +11,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
+#include <fstream>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -23,6 +25,19 @@ constexpr std::size_t mebibyte = 1 << 20;
 
 [[noreturn]] void fail(const std::string& what) {
     throw std::system_error(errno, std::generic_category(), what);
+}
+
+bool is_in_kernel(const std::string& name) {
+    const auto is_listed = [&] {
+        std::ifstream list("/proc/filesystems");
+        for (std::string word; list >> word;) {
+            if (word == name) {
+                return true;
+            }
+        }
+        return false;
+    };
+    return is_listed() || (std::system(("modprobe -q " + name).c_str()) == 0 && is_listed());
 }
 
 }  // namespace
@@ -50,7 +65,7 @@ Disk::~Disk() {
     }
 }
 
-Loop::Loop(int file) {
+Loop::Loop(int file, bool is_direct) {
     const int control = open("/dev/loop-control", O_RDWR | O_CLOEXEC);
     if (control < 0) {
         fail("/dev/loop-control");
@@ -68,7 +83,7 @@ Loop::Loop(int file) {
         }
         loop_config configuration{};
         configuration.fd = static_cast<__u32>(file);
-        configuration.info.lo_flags = LO_FLAGS_AUTOCLEAR;
+        configuration.info.lo_flags = LO_FLAGS_AUTOCLEAR | (is_direct ? LO_FLAGS_DIRECT_IO : 0);
         if (ioctl(descriptor_, LOOP_CONFIGURE, &configuration) != 0) {
             close(std::exchange(descriptor_, -1));
         }
@@ -81,6 +96,17 @@ Loop::Loop(int file) {
 
 Loop::~Loop() {
     close(descriptor_);
+}
+
+void Loop::set_failing(bool is_failing) {
+    constexpr std::size_t smallest_size = 512;
+    loop_info64 info{};
+    int result = ioctl(descriptor_, LOOP_GET_STATUS64, &info);
+    info.lo_sizelimit = is_failing ? smallest_size : 0;
+    result = result == 0 ? ioctl(descriptor_, LOOP_SET_STATUS64, &info) : result;
+    if (result != 0) {
+        fail(path_);
+    }
 }
 
 const FileSystem* find_file_system(const std::string& name) {
@@ -106,6 +132,26 @@ const FileSystem* find_file_system(const std::string& name) {
         }
     }
     return nullptr;
+}
+
+std::string obstacle(const FileSystem& file_system) {
+    if (geteuid() != 0) {
+        return "needs root";
+    }
+    if (!is_in_kernel(file_system.name)) {
+        return "the kernel has no " + file_system.name;
+    }
+    const std::string program = file_system.program.substr(0, file_system.program.find(' '));
+    if (std::system(("command -v " + program + " >/dev/null").c_str()) != 0) {
+        return "no " + program;
+    }
+    try {
+        const Disk disk(file_system.disk_size);
+        const Loop loop(disk.descriptor());
+    } catch (const std::exception& error) {
+        return std::string("no loop device: ") + error.what();
+    }
+    return {};
 }
 
 void make(const FileSystem& file_system, std::size_t variant, const std::string& device) {

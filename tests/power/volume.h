@@ -30,13 +30,21 @@ class Disk {
 /// A loop device. Detached when neither the object nor a mount holds it any longer.
 class Loop {
   public:
-    /// Attaches a free one to a file. Throws std::system_error when there is none.
-    explicit Loop(int file);
+    /// Attaches a free one to a file; with direct I/O, what it is asked for reaches the file, and what fails there
+    /// fails. Throws std::system_error when there is none.
+    explicit Loop(int file, bool is_direct = false);
     Loop(const Loop&) = delete;
     Loop& operator=(const Loop&) = delete;
     ~Loop();
 
     const std::string& path() const { return path_; }
+
+    /// The device as a file.
+    int descriptor() const { return descriptor_; }
+
+    /// Takes the device its content away, or gives it back. A file system on it would find the device itself smaller,
+    /// one on a second device that is attached to this one (is_direct) finds that all reads and writes fail.
+    void set_failing(bool is_failing);
 
   private:
     std::string path_;
@@ -62,6 +70,9 @@ struct FileSystem {
 
 /// The file system of this name; nullptr when there is none.
 const FileSystem* find_file_system(const std::string& name);
+
+/// Why such a file system cannot be made and mounted on this machine; empty when it can.
+std::string obstacle(const FileSystem& file_system);
 
 /// Makes a file system on a device. Throws std::runtime_error when that fails.
 void make(const FileSystem& file_system, std::size_t variant, const std::string& device);

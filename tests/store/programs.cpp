@@ -3,13 +3,18 @@
 #include <grp.h>
 #include <poll.h>
 #include <signal.h>
+#include <stdlib.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <utility>
+
 #include "support.h"
 
 namespace {
+
+std::string store_name = "test";
 
 /// In a new program.
 void begin_program() {
@@ -22,7 +27,7 @@ void begin_program() {
 
 int open_store() {
     zelva_core_settings_deinit();  // the one that was open at the fork
-    return zelva_core_settings_init("test");
+    return zelva_core_settings_init(store_name.c_str());
 }
 
 bool read_whole(int descriptor, void* memory, std::size_t size) {
@@ -61,11 +66,16 @@ TimeLimit::~TimeLimit() {
     alarm(0);
 }
 
+void choose_store(const std::string& folder, const std::string& name) {
+    setenv("ZELVA_CORE_SETTINGS_DIR", folder.c_str(), 1);
+    store_name = name;
+}
+
 pid_t start(const std::function<int()>& body) {
     const pid_t program = fork();
     if (program == 0) {
         begin_program();
-        _exit(open_store() == ZELVA_CORE_STATUS_NO_ERROR ? body() : 99);
+        _exit(open_store() == ZELVA_CORE_STATUS_NO_ERROR ? body() : not_opened);
     }
     return program;
 }
@@ -98,10 +108,12 @@ Program::Program(const std::function<void()>& prepare) {
 
 Program::~Program() {
     shutdown(socket_, SHUT_WR);
-    if (!has_finished(1000)) {
-        kill(process_, SIGKILL);
+    if (process_ != -1) {
+        if (!has_finished(1000)) {
+            kill();
+        }
+        waitpid(process_, nullptr, 0);
     }
-    waitpid(process_, nullptr, 0);
     close(socket_);
 }
 
@@ -121,9 +133,14 @@ void Program::give(const Order& order) const {
     BOOST_REQUIRE(write_whole(socket_, &order, sizeof order));
 }
 
-std::string Program::answer() const {
+std::string Program::answer() {
     std::size_t size = 0;
-    BOOST_REQUIRE(read_whole(socket_, &size, sizeof size));
+    if (!read_whole(socket_, &size, sizeof size)) {
+        int status = 0;
+        waitpid(std::exchange(process_, -1), &status, 0);
+        BOOST_REQUIRE_MESSAGE(!WIFSIGNALED(status), "the program was ended by signal " << WTERMSIG(status));
+        BOOST_REQUIRE_MESSAGE(false, "the program has ended with " << WEXITSTATUS(status));
+    }
     std::string answer(size, '\0');
     BOOST_REQUIRE(read_whole(socket_, answer.data(), size));
     return answer;
@@ -150,6 +167,10 @@ bool Program::has_finished(int milliseconds) const {
 
 int Program::result() {
     return std::stoi(answer());
+}
+
+void Program::kill() {
+    ::kill(process_, SIGKILL);
 }
 
 bool is_root() {

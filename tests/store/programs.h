@@ -18,7 +18,12 @@ struct TimeLimit {
     TimeLimit& operator=(const TimeLimit&) = delete;
 };
 
-/// Starts a program that opens the store, runs `body` and ends with its result: 0 for success.
+/// Chooses another folder and another store than "test" for what this program opens. For `prepare` of Program.
+void choose_store(const std::string& folder, const std::string& name);
+
+/// Starts a program that opens the store, runs `body` and ends with its result: 0 for success, `not_opened` when the
+/// store could not be opened.
+constexpr int not_opened = 99;
 pid_t start(const std::function<int()>& body);
 
 /// What a program has ended with; -1 if it was killed.
@@ -46,6 +51,8 @@ class Program {
     bool has_finished(int milliseconds) const;
     int result();
 
+    void kill();
+
   private:
     struct Order {
         Step step;
@@ -55,7 +62,7 @@ class Program {
 
     [[noreturn]] static void obey(int socket);
     void give(const Order& order) const;
-    std::string answer() const;
+    std::string answer();
 
     int socket_ = -1;
     pid_t process_ = -1;
