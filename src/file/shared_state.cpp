@@ -1,10 +1,13 @@
 #include "file/shared_state.h"
 
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 
+#include <array>
 #include <cerrno>
+#include <string_view>
 #include <utility>
 
 namespace zelva::file {
@@ -14,11 +17,15 @@ namespace {
 constexpr off_t file_size = 4096;
 constexpr int open_flags = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
 
-/// Takes or releases the lock of an open file. The lock belongs to the open file, not to the process as older POSIX
+/// The bytes of the file that are locked: by who changes the store's file, and, to be read, by all who have it open.
+constexpr off_t lock_of_changes = 0;
+constexpr off_t lock_of_presence = 1;
+
+/// Takes or releases a lock of an open file. The lock belongs to the open file, not to the process as older POSIX
 /// locks do, so that it holds between threads, and is not lost when the process closes another descriptor of the same
 /// file.
-int set_lock(const Descriptor& file, short type, bool wait = true) {
-    while (system::lock(file.number(), type, wait) != 0) {
+int set_lock(const Descriptor& file, off_t byte, short type, bool wait = true) {
+    while (system::lock(file.number(), byte, type, wait) != 0) {
         if (errno != EINTR) {
             return errno;
         }
@@ -46,10 +53,26 @@ Descriptor open_shared(const std::string& path) {
     return file;
 }
 
+/// Makes sure that the file has a page: to read a mapped one that it does not have would end the program. It is
+/// written, so that a disk that gets full later has room for the counter. 0, or the errno of what failed.
+int make_page(const Descriptor& file) {
+    // Others may be using the counter already.
+    static constexpr std::array<char, file_size - sizeof(std::uint64_t)> rest{};
+    std::size_t written = 0;
+    return write_at(file, sizeof(std::uint64_t), {rest.data(), rest.size()}, written);
+}
+
+/// Whether the file is on an overlay. There, one that can only be read may be that of the layer below, and its memory
+/// does not change when a writer gets a copy of it. true where nobody knows.
+bool is_on_overlay(const Descriptor& file) {
+    struct statfs file_system {};
+    return system::fstatfs(file.number(), &file_system) != 0 || file_system.f_type == OVERLAYFS_SUPER_MAGIC;
+}
+
 }  // namespace
 
 SharedState::~SharedState() {
-    for (Page* page : pages_) {
+    for (void* page : pages_) {
         system::unmap(page, file_size);
     }
 }
@@ -57,28 +80,21 @@ SharedState::~SharedState() {
 SharedState::ReadLock::ReadLock(const SharedState& state, bool wait)
     : file_(system::open(state.path_.c_str(), O_RDONLY | open_flags)) {
     if (file_.is_open()) {
-        const int error = set_lock(file_, F_RDLCK, wait);
+        const int error = set_lock(file_, lock_of_changes, F_RDLCK, wait);
         is_refused_ = !wait && (error == EAGAIN || error == EACCES);
     }
 }
 
 int SharedState::open() {
-    Descriptor lock = open_shared(path_);
-    if (!lock.is_open()) {
+    Descriptor file = open_shared(path_);
+    const bool is_writable = file.is_open();
+    if (!is_writable) {
         const bool may_only_read = errno == EACCES || errno == EROFS;
-        return !may_only_read ? errno : has_counter() ? 0 : map(O_RDONLY);
+        if (!may_only_read || file_.is_open()) {
+            return may_only_read ? 0 : errno;
+        }
+        file = Descriptor(system::open(path_.c_str(), O_RDONLY | open_flags));
     }
-    if (const int error = map(O_RDWR)) {
-        return error;
-    }
-    lock_ = std::move(lock);  // no lock without a counter
-    return 0;
-}
-
-int SharedState::map(int access) {
-    // Not the descriptor of the lock: a mapping keeps the open file alive that it was made from, and with it its lock,
-    // in a forked child too.
-    const Descriptor file(system::open(path_.c_str(), access | open_flags));
     struct stat attributes {};
     if (!file.is_open() || system::fstat(file.number(), &attributes) != 0) {
         return errno;
@@ -86,87 +102,113 @@ int SharedState::map(int access) {
     if (!S_ISREG(attributes.st_mode)) {
         return EINVAL;
     }
-    if (attributes.st_size < file_size) {
-        // The file is new. To read a mapped page that the file does not have would end the program.
-        if (access == O_RDONLY) {
-            return EINVAL;
-        }
-        // Written, so that the disk has room for it: a full one would end the program when the counter is changed.
-        // Others may be using the counter already.
-        const std::string rest(file_size - sizeof(Page), '\0');
-        std::size_t written = 0;
-        if (const int error = write_at(file, sizeof(Page), rest, written)) {
+    if (attributes.st_size < file_size) {  // the file is new; who may only read it gets an error
+        if (const int error = make_page(file)) {
             return error;
         }
     }
+    set_lock(file, lock_of_presence, F_RDLCK, false);  // nobody refuses that
+    int error = 0;
+    if (is_writable) {
+        error = map(Descriptor(system::open(path_.c_str(), O_RDONLY | open_flags)));
+    } else if (!is_on_overlay(file)) {
+        error = map(file);
+    }
+    if (error != 0) {
+        return error;  // no lock without a counter
+    }
+    file_ = std::move(file);
+    is_writable_ = is_writable;
+    device_ = attributes.st_dev;
+    inode_ = attributes.st_ino;
+    return 0;
+}
+
+int SharedState::map(const Descriptor& file) {
+    if (!file.is_open()) {
+        return errno;
+    }
     pages_.reserve(pages_.size() + 1);
-    const int protection = access == O_RDWR ? PROT_READ | PROT_WRITE : PROT_READ;
-    void* const memory = system::map(file.number(), file_size, protection);
+    // To read a page that somebody has cut off ends the program. A get that asked the system instead would take several
+    // times as long.
+    void* const memory = system::map(file.number(), file_size, PROT_READ);
     if (memory == nullptr) {
         return errno;
     }
-    pages_.push_back(static_cast<Page*>(memory));
-    page_.store(pages_.back(), std::memory_order_release);
+    pages_.push_back(memory);
+    page_.store(static_cast<const Page*>(memory), std::memory_order_release);
     return 0;
 }
 
-int SharedState::find_out_whether_removed(bool& is_removed) const {
-    struct stat opened {};
-    if (system::fstat(lock_.number(), &opened) != 0) {
+int SharedState::find_out_whether_replaced(bool& is_replaced) const {
+    struct stat found {};
+    if (system::stat(path_.c_str(), &found) == 0) {
+        is_replaced = found.st_ino != inode_ || found.st_dev != device_;
+        // Somebody may have cut the file off.
+        return !is_replaced && found.st_size < file_size ? make_page(file_) : 0;
+    }
+    if (errno != ENOENT) {
         return errno;
     }
-    is_removed = opened.st_nlink == 0;
-    if (is_removed) {
-        // Some file systems do not count links.
-        struct stat found {};
-        const bool is_there = system::stat(path_.c_str(), &found) == 0;
-        is_removed = !is_there || found.st_ino != opened.st_ino || found.st_dev != opened.st_dev;
-        return is_there || errno == ENOENT ? 0 : errno;
+    // A file that still has a name is in a folder that has been moved away, and so are the settings.
+    struct stat opened {};
+    if (system::fstat(file_.number(), &opened) != 0) {
+        return errno;
     }
-    return 0;
+    is_replaced = opened.st_nlink == 0;
+    return is_replaced ? 0 : ESTALE;
 }
 
 int SharedState::lock(bool wait) {
-    for (;;) {
-        if (!lock_.is_open()) {
+    // On a file system that gives a file another number each time this would have no end.
+    constexpr int most_attempts = 100;
+    for (int attempt = 0; attempt < most_attempts; ++attempt) {
+        if (!file_.is_open() || !is_writable_) {
             if (const int error = open()) {
                 return error;
             }
         }
-        if (!lock_.is_open()) {
+        if (!is_writable_) {
             return EACCES;
         }
-        if (const int error = set_lock(lock_, F_WRLCK, wait)) {
+        if (const int error = set_lock(file_, lock_of_changes, F_WRLCK, wait)) {
             return error;
         }
-        bool is_removed = false;
-        if (const int error = find_out_whether_removed(is_removed)) {
+        bool is_replaced = false;
+        if (const int error = find_out_whether_replaced(is_replaced)) {
             unlock();
             return error;
         }
-        if (!is_removed) {
+        if (!is_replaced) {
             return 0;
         }
-        // Somebody has removed the file: its lock keeps nobody out who comes later.
-        lock_.close();
+        // Somebody has removed the file, or put another one in its place: its lock keeps nobody out who comes later.
+        file_.close();
     }
+    return ESTALE;
 }
 
 void SharedState::unlock() {
-    set_lock(lock_, F_UNLCK);
+    set_lock(file_, lock_of_changes, F_UNLCK);
 }
 
-void SharedState::begin_change() {
-    page_.load(std::memory_order_relaxed)->changes.fetch_add(1, std::memory_order_release);
-    std::atomic_thread_fence(std::memory_order_seq_cst);  // before anything of the change
+bool SharedState::is_alone() const {
+    short type = F_WRLCK;
+    return system::find_lock(file_.number(), lock_of_presence, type) == 0 && type == F_UNLCK;
 }
 
-void SharedState::end_change() {
-    page_.load(std::memory_order_relaxed)->changes.fetch_add(1, std::memory_order_release);
+int SharedState::count() {
+    const std::uint64_t next = counter() + 1;
+    const std::string_view bytes(reinterpret_cast<const char*>(&next), sizeof next);
+    std::atomic_thread_fence(std::memory_order_seq_cst);  // after all of a change that it ends
+    std::size_t written = 0;
+    const int error = write_at(file_, 0, bytes, written);
+    std::atomic_thread_fence(std::memory_order_seq_cst);  // before anything of a change that it begins
+    return counter() == next ? 0 : error;                 // what others see is what holds
 }
 
 void SharedState::forget_lock() {
-    lock_.close();
+    file_.close();
 }
 
 }  // namespace zelva::file

@@ -1,8 +1,10 @@
 // What the programs that have one store open share, in a small file of its own: a lock, which one of them at a time
-// holds to change the store's file, and a counter in mapped memory, which tells the others that it has changed.
+// holds to change the store's file, and a counter, which tells the others that it has changed. They read the counter in
+// mapped memory. It is changed by a write: a full disk is then an error, where a change in mapped memory would end the
+// program.
 //
 // The counter is odd while the file is being changed and even otherwise. Found odd under the lock, it tells of a
-// program that died in the middle of a change.
+// program that died in the middle of a change, or could not count the end of one.
 #pragma once
 
 #include <sys/types.h>
@@ -24,21 +26,26 @@ class SharedState {
     SharedState& operator=(const SharedState&) = delete;
     ~SharedState();
 
-    /// 0, or the errno of what failed. A program that may only read the file can read the counter.
+    /// 0, or the errno of what failed. A program that may only read the file can read the counter, but on an overlay.
     int open();
 
     /// Whether there is a counter to read.
     bool has_counter() const { return page_.load(std::memory_order_acquire) != nullptr; }
 
-    /// The counter; no system call. Any thread may call this at any time. REQUIRES: has_counter().
+    /// The counter; no system call. Any thread may call this at any time. REQUIRES: has_counter(). A program that reads
+    /// it while somebody has cut the file off to nothing is ended with SIGBUS.
     std::uint64_t counter() const {
         return page_.load(std::memory_order_acquire)->changes.load(std::memory_order_acquire);
     }
 
     /// Takes the lock, which the system frees if the program dies: waits for it, or gives EAGAIN. 0, or the errno of
-    /// what failed.
+    /// what failed; ESTALE where the folder that the file is in has been moved away.
     int lock(bool wait = true);
     void unlock();
+
+    /// Whether no other object, in this program or another one, has the file open, which each that opens it tells for
+    /// as long as it lives. false where that cannot be found out. REQUIRES: the lock is held.
+    bool is_alone() const;
 
     /// Keeps others from changing the store's file for as long as the object lives, where that is possible. Any thread
     /// may do that, also while another one of this program holds or waits for the lock.
@@ -54,12 +61,14 @@ class SharedState {
         bool is_refused_ = false;
     };
 
-    /// Around a change of the store's file. REQUIRES: the lock is held; the counter is even at the beginning.
-    void begin_change();
-    void end_change();
+    /// Around a change of the store's file. 0, or the errno of what failed: then no change has begun, or the counter
+    /// stays odd, and the next one who holds the lock ends the change. REQUIRES: the lock is held; the counter is even
+    /// at the beginning and odd at the end.
+    int begin_change() { return count(); }
+    int end_change() { return count(); }
 
     /// In the child after fork(): gives up the descriptor that the lock belongs to, since the lock would otherwise
-    /// outlive a parent that dies with it.
+    /// outlive a parent that dies with it. The child has the file open again, for is_alone(), from its next lock on.
     void forget_lock();
 
   private:
@@ -68,14 +77,21 @@ class SharedState {
     };
     static_assert(std::atomic<std::uint64_t>::is_always_lock_free, "programs share it, each with its own code");
 
-    int map(int access);
-    int find_out_whether_removed(bool& is_removed) const;
+    // These return 0 or the errno of what failed.
+    int map(const Descriptor& file);
+    int find_out_whether_replaced(bool& is_replaced) const;
+    int count();
 
     const std::string path_;
-    Descriptor lock_;
-    std::atomic<Page*> page_{nullptr};
+    /// Not the file that is mapped, where it can be locked: a mapping keeps an open file alive, and with it its lock,
+    /// in a forked child too.
+    Descriptor file_;
+    bool is_writable_ = false;
+    dev_t device_ = 0;  // of the open file
+    ino_t inode_ = 0;
+    std::atomic<const Page*> page_{nullptr};
     /// All that was ever mapped: another thread may still be reading the counter of a file that has been replaced.
-    std::vector<Page*> pages_;
+    std::vector<void*> pages_;
 };
 
 }  // namespace zelva::file

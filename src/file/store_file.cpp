@@ -90,14 +90,17 @@ StoreFile::StoreFile(std::string path, std::string shared_path)
     }
 }
 
-void StoreFile::clean_up() {
+int StoreFile::clean_up() {
     if (shared_->counter() % 2 != 0) {
-        shared_->end_change();
+        if (const int error = shared_->end_change()) {
+            return error;
+        }
     }
     std::string path = path_;
     if (follow_links(path) == 0) {
         remove_leftover(path);
     }
+    return 0;
 }
 
 std::optional<zelva_core_status> StoreFile::load(Access access, std::string& text, const UseEntry& use,
@@ -160,13 +163,16 @@ zelva_core_status StoreFile::lock() {
     }
     try {
         if (shared_->counter() % 2 != 0) {
-            clean_up();
+            error = clean_up();
         }
     } catch (...) {
         unlock();
         throw;
     }
-    return ZELVA_CORE_STATUS_NO_ERROR;
+    if (error != 0) {
+        unlock();
+    }
+    return status_of(error);
 }
 
 void StoreFile::unlock() {
@@ -177,9 +183,18 @@ bool StoreFile::is_unchanged(const Revision& revision) const {
     return shared_->counter() == revision.counter && is_stamp_of(path_, revision.stamp);
 }
 
-std::uint64_t StoreFile::end_change() {
-    shared_->end_change();
-    return shared_->counter();
+zelva_core_status StoreFile::begin_change() {
+    return status_of(shared_->begin_change());
+}
+
+zelva_core_status StoreFile::end_change(Revision& revision) {
+    const int error = shared_->end_change();
+    if (error == 0) {
+        revision.counter = shared_->counter();
+    } else {
+        revision.stamp = unknown_stamp;
+    }
+    return status_of(error);
 }
 
 zelva_core_status StoreFile::apply(const std::vector<Change>& changes, zelva_core_durability durability, Layout& layout,

@@ -65,12 +65,14 @@ class StoreFile {
     /// is held.
     bool is_unchanged(const Revision& revision) const;
 
-    bool is_alone() const { return true; }
+    /// Around a change: other programs read the file again after it. `revision` is that of the file: the one before,
+    /// with the stamp after. Where the end fails, other programs may go on with what was before, until the next change
+    /// of any of them, which reads the file first. REQUIRES: the lock is held.
+    zelva_core_status begin_change();
+    zelva_core_status end_change(Revision& revision);
 
-    /// Around a change: other programs read the file again after it. end_change gives the counter of the revision that
-    /// has come about. REQUIRES: the lock is held.
-    void begin_change() { shared_->begin_change(); }
-    std::uint64_t end_change();
+    /// Whether nobody else has the store open to write it. REQUIRES: the lock is held.
+    bool is_alone() const { return shared_->is_alone(); }
 
     /// Makes all the changes or, on any status but ZELVA_CORE_STATUS_NO_ERROR, none, and tells the lines that entries
     /// have got. They have then reached the disk if `durability` is full. Creates the file if need be. `layout` and
@@ -103,13 +105,14 @@ class StoreFile {
     void forget_lock();
 
   private:
-    /// Removes what a program has left behind that died while it held the lock. REQUIRES: the lock is held.
-    void clean_up();
-
     /// What a file is written anew for: to be changed further, or to be left.
     enum class Purpose { change, close };
 
     // These return 0 or the errno of what failed.
+
+    /// Removes what a program has left behind that died while it held the lock. REQUIRES: the lock is held.
+    int clean_up();
+
     int open(const Stamp& stamp);
     int rebuild(const std::vector<Change>& changes, Purpose purpose, Layout& layout, Stamp& stamp,
                 const Placed& placed);

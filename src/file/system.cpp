@@ -7,6 +7,19 @@
 
 namespace zelva::file::system {
 
+namespace {
+
+struct flock lock_of(off_t byte, short type) {
+    struct flock lock {};
+    lock.l_type = type;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = byte;
+    lock.l_len = 1;
+    return lock;
+}
+
+}  // namespace
+
 int open(const char* path, int flags, mode_t mode) {
     return ::open(path, flags, mode);
 }
@@ -18,6 +31,9 @@ int stat(const char* path, struct stat* attributes) {
 }
 int fstat(int descriptor, struct stat* attributes) {
     return ::fstat(descriptor, attributes);
+}
+int fstatfs(int descriptor, struct statfs* file_system) {
+    return ::fstatfs(descriptor, file_system);
 }
 ssize_t pread(int descriptor, void* buffer, std::size_t size, off_t offset) {
     return ::pread(descriptor, buffer, size, offset);
@@ -55,11 +71,15 @@ int unlink(const char* path) {
 ssize_t readlink(const char* path, char* target, std::size_t size) {
     return ::readlink(path, target, size);
 }
-int lock(int descriptor, short type, bool wait) {
-    struct flock lock {};
-    lock.l_type = type;
-    lock.l_whence = SEEK_SET;
+int lock(int descriptor, off_t byte, short type, bool wait) {
+    struct flock lock = lock_of(byte, type);
     return fcntl(descriptor, wait ? F_OFD_SETLKW : F_OFD_SETLK, &lock);
+}
+int find_lock(int descriptor, off_t byte, short& type) {
+    struct flock lock = lock_of(byte, type);
+    const int result = fcntl(descriptor, F_OFD_GETLK, &lock);
+    type = lock.l_type;
+    return result;
 }
 void* map(int descriptor, std::size_t size, int protection) {
     void* const memory = mmap(nullptr, size, protection, MAP_SHARED, descriptor, 0);

@@ -7,6 +7,7 @@
 
 #include <sys/stat.h>
 #include <sys/types.h>
+#include <sys/vfs.h>
 
 #include <cstddef>
 
@@ -16,6 +17,7 @@ int open(const char* path, int flags, mode_t mode = 0);
 int close(int descriptor);
 int stat(const char* path, struct stat* attributes);
 int fstat(int descriptor, struct stat* attributes);
+int fstatfs(int descriptor, struct statfs* file_system);
 ssize_t pread(int descriptor, void* buffer, std::size_t size, off_t offset);
 ssize_t pwrite(int descriptor, const void* buffer, std::size_t size, off_t offset);
 int ftruncate(int descriptor, off_t size);
@@ -29,8 +31,12 @@ int renameat2(const char* from, const char* to, unsigned flags);
 int unlink(const char* path);
 ssize_t readlink(const char* path, char* target, std::size_t size);
 
-/// fcntl with F_OFD_SETLKW, or F_OFD_SETLK when it is not to wait. `type` is F_RDLCK, F_WRLCK or F_UNLCK.
-int lock(int descriptor, short type, bool wait);
+/// fcntl for one byte, with F_OFD_SETLKW, or F_OFD_SETLK when it is not to wait. `type` is F_RDLCK, F_WRLCK or F_UNLCK.
+int lock(int descriptor, off_t byte, short type, bool wait);
+
+/// fcntl for one byte with F_OFD_GETLK: `type` becomes that of a lock which would keep this open file from one of that
+/// type, or F_UNLCK.
+int find_lock(int descriptor, off_t byte, short& type);
 
 /// mmap of a file's beginning, shared with other programs, and munmap. nullptr for MAP_FAILED.
 void* map(int descriptor, std::size_t size, int protection);

@@ -79,9 +79,10 @@ void Store::use(Contents& fresh) {
 zelva_core_status Store::read_again(ReadLock& lock) {
     lock.unlock();
     const std::lock_guard refreshing(refreshing_);
+    { const std::lock_guard ending(ending_); }  // what has changed may be what another thread is just changing
     lock.lock();
     if (is_current()) {
-        return ZELVA_CORE_STATUS_NO_ERROR;  // another thread has read the file meanwhile
+        return ZELVA_CORE_STATUS_NO_ERROR;  // another thread has read the file meanwhile, or changed it
     }
     // Once is enough: a change that is finished meanwhile is at the same time as this read.
     const std::shared_ptr<file::StoreFile> file = contents_->file;
@@ -97,6 +98,7 @@ zelva_core_status Store::read_again(ReadLock& lock) {
         if (!status) {
             std::this_thread::sleep_for(std::chrono::microseconds(100));
         } else if (*status == ZELVA_CORE_STATUS_NO_ERROR) {
+            const std::lock_guard ending(ending_);
             const std::lock_guard replacing(memory_);
             // Another thread may have closed the store meanwhile; or read the file to write it, and relies on what it
             // has found.
@@ -378,20 +380,28 @@ zelva_core_status SettingsStore::modify(Work&& work, InMemory&& in_memory) {
     struct EndOfChange {
         SettingsStore& store;
         InMemory& in_memory;
-        file::Stamp stamp;
-        zelva_core_status status = ZELVA_CORE_STATUS_IO_FAILED;
+        file::Revision revision;
+        zelva_core_status& status;
         ~EndOfChange() {
+            const std::lock_guard ending(store.ending_);
+            const zelva_core_status end = store.contents_->file->end_change(revision);
+            status = status == ZELVA_CORE_STATUS_NO_ERROR ? end : status;
             const std::lock_guard lock(store.memory_);
             if (status == ZELVA_CORE_STATUS_NO_ERROR) {
                 in_memory();
             }
-            store.contents_->revision = {store.contents_->file->end_change(), stamp};
+            store.contents_->revision = revision;
         }
     };
-    EndOfChange end{*this, in_memory, revision().stamp};
-    contents_->file->begin_change();
-    end.status = std::forward<Work>(work)(end.stamp);
-    return end.status;
+    if (const zelva_core_status status = contents_->file->begin_change()) {
+        return status;
+    }
+    zelva_core_status status = ZELVA_CORE_STATUS_IO_FAILED;
+    {
+        EndOfChange end{*this, in_memory, revision(), status};
+        status = std::forward<Work>(work)(end.revision.stamp);
+    }
+    return status;
 }
 
 zelva_core_status SettingsStore::sync() {

@@ -120,6 +120,9 @@ class Store {
     std::mutex listing_;
     /// Held by who reads the file again for readers, one at a time. Taken after these, before memory_.
     std::mutex refreshing_;
+    /// Held while a change of this program is over for others and memory does not have it yet. Taken after these,
+    /// before memory_.
+    std::mutex ending_;
     /// Guards contents_ between readers and the holder of writing_. Never held while waiting for the disk, so that a
     /// reader does not wait for it either.
     mutable ReadersLock memory_;
@@ -213,8 +216,8 @@ class SettingsStore : public Store {
     void tidy();
 
     /// Calls `work` with the file's stamp, which it may change with the file, as it may the layout; then, if that has
-    /// succeeded, `in_memory`, under memory_: in the same moment other programs learn that they are to read the file
-    /// again. REQUIRES: within change(), with the lock of the file.
+    /// succeeded and other programs know that they are to read the file again, `in_memory`, under memory_. Readers of
+    /// this program see nothing between the two. REQUIRES: within change(), with the lock of the file.
     template <class Work, class InMemory>
     zelva_core_status modify(Work&& work, InMemory&& in_memory);
 

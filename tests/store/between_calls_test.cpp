@@ -1,7 +1,9 @@
 // What happens between two calls of the system, and calls that end as they hardly ever do: a person edits the file just
 // when the store has looked at it, the disk writes nothing at all, a folder appears that is about to be made.
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
@@ -20,6 +22,7 @@
 
 #include "file/layout.h"
 #include "file/line.h"
+#include "file/shared_state.h"
 #include "file/writer.h"
 #include "programs.h"
 #include "support.h"
@@ -551,6 +554,167 @@ BOOST_AUTO_TEST_CASE(a_removed_lock_is_made_again_and_another_one_in_its_place_i
         BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
         BOOST_CHECK_EQUAL(file::page_size, fs::file_size(shared_state_path()));
     }
+}
+
+BOOST_AUTO_TEST_CASE(a_lock_that_is_replaced_each_time_is_an_error_and_not_tried_forever) {
+    const TimeLimit limit;
+    const OpenStore store("k = I1\n");
+    int number = 0;
+    {
+        const Interference interference([&number](const Call& call) {
+            if (call.name == "stat"s) {
+                fs::rename(shared_state_path(), shared_state_path() + std::to_string(++number));
+                write_file(shared_state_path(), "");
+            }
+            return Fate{};
+        });
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 2));
+        BOOST_CHECK_GT(number, 1);
+    }
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    while (number > 0) {
+        fs::remove(shared_state_path() + std::to_string(number--));
+    }
+}
+
+BOOST_AUTO_TEST_CASE(a_set_gives_what_programs_share_its_page_again_that_somebody_has_cut_off) {
+    for (const std::size_t size : {0U, 5U, 100U}) {
+        const OpenStore store("k = I1\n");
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+        fs::resize_file(shared_state_path(), size);
+        {
+            const Interference interference("pwrite", Fate{ENOSPC});
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 3));
+        }
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 4));
+        BOOST_CHECK_EQUAL(file::page_size, fs::file_size(shared_state_path()));
+        BOOST_CHECK_EQUAL(Value(4), value_of("k"));
+    }
+}
+
+// As when a backup is put in its place.
+BOOST_AUTO_TEST_CASE(a_set_in_a_folder_that_has_taken_another_one_s_place_keeps_others_out) {
+    const TimeLimit limit;
+    const std::string moved = Folder::path() + "-moved";
+    const OpenStore store("k = I1\n");
+    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    fs::rename(Folder::path(), moved);
+    fs::copy(moved, Folder::path(), fs::copy_options::recursive);
+    {
+        Program other;
+        bool has_waited = false;
+        const Interference interference("fdatasync", [&] {
+            other.begin([](int value) { return static_cast<int>(set("l", value)); }, 5);
+            has_waited = !other.has_finished(100);
+        });
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 3));
+        BOOST_CHECK_EQUAL(0, other.result());
+        BOOST_CHECK(has_waited);
+    }
+    BOOST_CHECK_EQUAL(Value(3), value_of("k"));
+    BOOST_CHECK_EQUAL(Value(5), value_of("l"));
+    BOOST_CHECK(read_file(moved + "/test").find("k = I3") == std::string::npos);
+    fs::remove_all(moved);
+}
+
+BOOST_AUTO_TEST_CASE(who_has_the_store_open_knows_whether_it_is_alone) {
+    const TimeLimit limit;
+    { const OpenStore store("k = I1\n"); }
+    file::SharedState mine(shared_state_path());
+    const auto is_alone = [&mine] {
+        BOOST_REQUIRE_EQUAL(0, mine.lock());
+        const bool result = mine.is_alone();
+        mine.unlock();
+        return result;
+    };
+    BOOST_CHECK(is_alone());
+    {
+        file::SharedState another(shared_state_path());
+        BOOST_REQUIRE_EQUAL(0, another.open());
+        BOOST_CHECK(!is_alone());
+    }
+    BOOST_CHECK(is_alone());
+    {
+        Program other;
+        BOOST_CHECK_EQUAL(0, other.run([](int value) { return static_cast<int>(set("k", value)); }, 2));
+        BOOST_CHECK(!is_alone());
+        BOOST_CHECK_EQUAL(0, other.run([](int) { return static_cast<int>(zelva_core_settings_deinit()); }));
+        BOOST_CHECK(is_alone());
+        BOOST_CHECK_EQUAL(0, other.run([](int) { return static_cast<int>(zelva_core_settings_init("test")); }));
+        BOOST_CHECK(!is_alone());
+    }
+    BOOST_CHECK(is_alone());
+    {
+        // One that may only read counts as well.
+        Program other([] {
+            before_call = [is_first = true](const Call& call) mutable {
+                return Fate{call.name == "open"s && std::exchange(is_first, false) ? EACCES : 0};
+            };
+        });
+        BOOST_CHECK_EQUAL(1, other.run([](int) { return value_of("k") == Value(2) ? 1 : 0; }));
+        BOOST_CHECK(!is_alone());
+    }
+    BOOST_CHECK(is_alone());
+    {
+        const Interference interference("find_lock", Fate{ENOLCK});
+        BOOST_CHECK(!is_alone());
+    }
+    {
+        const pid_t killed = start([] {
+            pause();
+            return 0;
+        });
+        while (is_alone()) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        kill(killed, SIGKILL);
+        BOOST_CHECK_EQUAL(-1, result_of(killed));
+        BOOST_CHECK(is_alone());
+    }
+}
+
+BOOST_AUTO_TEST_CASE(a_forked_child_has_the_store_open_once_it_writes) {
+    const TimeLimit limit;
+    const OpenStore store("k = I1\n");
+    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    int done[2];
+    int next[2];
+    BOOST_REQUIRE_EQUAL(0, pipe(done));
+    BOOST_REQUIRE_EQUAL(0, pipe(next));
+    const auto wait_for = [](int descriptor) {
+        char byte = 0;
+        return read(descriptor, &byte, 1) == 1;
+    };
+    const auto tell = [](int descriptor) { return write(descriptor, "", 1) == 1; };
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(time_limit());
+        const bool is_right = tell(done[1]) && wait_for(next[0]) && set("k", 3) == ZELVA_CORE_STATUS_NO_ERROR &&
+                              tell(done[1]) && wait_for(next[0]);
+        _exit(is_right ? 0 : 1);
+    }
+    BOOST_CHECK(wait_for(done[0]));
+    // The parent closes its own: who remains is the child, if it counts.
+    file::SharedState mine(shared_state_path());
+    const auto is_alone = [&mine] {
+        BOOST_REQUIRE_EQUAL(0, mine.lock());
+        const bool result = mine.is_alone();
+        mine.unlock();
+        return result;
+    };
+    BOOST_CHECK(!is_alone());
+    zelva_core_settings_deinit();
+    BOOST_CHECK(is_alone());
+    BOOST_CHECK(tell(next[1]));
+    BOOST_CHECK(wait_for(done[0]));
+    BOOST_CHECK(!is_alone());
+    BOOST_CHECK(tell(next[1]));
+    BOOST_CHECK_EQUAL(0, result_of(child));
+    BOOST_CHECK(is_alone());
+    for (const int descriptor : {done[0], done[1], next[0], next[1]}) {
+        close(descriptor);
+    }
+    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
 }
 
 // What it relies on after many changes, of short lines and long ones and on a disk that is full at times.

@@ -2,6 +2,7 @@
 // from then on, with each errno, and falls short. The operation then says so and has changed nothing, or it has done
 // its work. And what each operation asks of the disk.
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -131,10 +132,23 @@ struct Outcome {
         return has_lost;
     }
 
+    /// Whether a change has been made whose end could not be counted.
+    bool has_failed_to_end() const {
+        bool is_end = true;
+        bool has_failed_to = false;
+        for (std::size_t i = 0; i < calls.size(); ++i) {
+            if (calls[i].name == "count"s) {
+                is_end ^= calls[i].size == sizeof(std::uint64_t);  // less is the rest of one that fell short
+                has_failed_to = has_failed_to || (is_end && has_failed[i]);
+            }
+        }
+        return has_failed_to;
+    }
+
   private:
     Fate fate_of(const Call& call, const Failure& failure, std::size_t n) {
         const std::size_t number = calls.size();
-        const bool is_transfer = call.name == "pread"s || call.name == "pwrite"s;
+        const bool is_transfer = call.name == "pread"s || call.name == "pwrite"s || call.name == "count"s;
         const Fate half{0, std::max<std::size_t>(call.size / 2, 1)};
         is_reached = is_reached || number == n;
         switch (failure.kind) {
@@ -144,7 +158,7 @@ struct Outcome {
                 // What is interrupted may be tried again, but not forever.
                 return number >= n && (failure.error != EINTR || number < n + 20) ? Fate{failure.error} : Fate{};
             case Kind::writes_from_then_on:
-                return number >= n && is_write(call) ? Fate{failure.error} : Fate{};
+                return number >= n && (is_write(call) || call.name == "count"s) ? Fate{failure.error} : Fate{};
             case Kind::short_once:
                 return number == n && is_transfer ? half : Fate{};
             case Kind::short_from_then_on:
@@ -326,7 +340,7 @@ bool check(const Scenario& scenario, const State& before, const State& after, co
     const bool is_done = outcome.status == ZELVA_CORE_STATUS_NO_ERROR;
     // What is interrupted is tried again.
     const std::string name = outcome.is_reached ? outcome.calls[n - 1].name : "";
-    const bool is_resumable = name == "pread" || name == "pwrite" || name == "lock";
+    const bool is_resumable = name == "pread" || name == "pwrite" || name == "count" || name == "lock";
     require(is_done || failure.error != EINTR || failure.kind != Kind::once || !is_resumable, "interrupted");
     // A failed flush may be made good: by a new file; or it was that of a folder, which some file systems do not have.
     require(!is_done || !outcome.has_lost_a_flush(failure.error), "done without a flush");
@@ -336,7 +350,7 @@ bool check(const Scenario& scenario, const State& before, const State& after, co
     is_right &= is_one_of(state_of_store(), {is_done ? &after : &before});
     totals.refusals += is_done ? 0 : 1;
     const bool is_broken = failure.kind == Kind::from_then_on || failure.kind == Kind::writes_from_then_on;
-    const bool may_be_half_done = !is_done && is_broken;
+    const bool may_be_half_done = !is_done && (is_broken || outcome.has_failed_to_end());
     require(is_done || may_be_half_done || names_in_folder() == names, "a file is left over");
 
     std::vector<State> allowed{is_done ? after : before};
@@ -710,7 +724,7 @@ BOOST_AUTO_TEST_CASE(a_lock_that_cannot_be_looked_at_is_an_error_and_not_tried_f
 BOOST_AUTO_TEST_CASE(a_lock_that_cannot_be_looked_at_is_given_back) {
     const OpenStore store("k = I1\n");
     BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
-    before_call = [](const Call& call) { return call.name == "fstat"s ? Fate{EIO} : Fate{}; };
+    before_call = [](const Call& call) { return call.name == "stat"s ? Fate{EIO} : Fate{}; };
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 3));
     before_call = nullptr;
     Program other;
@@ -843,6 +857,126 @@ BOOST_AUTO_TEST_CASE(a_get_from_a_file_system_that_is_read_only_makes_no_system_
         BOOST_CHECK_EQUAL("", calls.names());
     }
     zelva_core_settings_deinit();
+    fs::remove(store_path());
+}
+
+// A full disk that writes nothing in place has no room for the counter either.
+BOOST_AUTO_TEST_CASE(a_change_that_cannot_be_announced_to_others_is_refused_and_changes_nothing) {
+    const std::vector<std::function<zelva_core_status()>> operations{
+        [] { return set("k", 3); },
+        [] { return set("new", 3); },
+        [] { return set_default("k", 3); },
+        [] { return zelva_core_settings_delete_key("k"); },
+        [] { return zelva_core_settings_sync(); },
+        [] {
+            unsigned version = 0;
+            return zelva_core_settings_get_and_set_version(&version, 3);
+        },
+    };
+    const auto get_k = [](int) { return std::get<int>(value_of("k")); };
+    for (const int error : {ENOSPC, EIO}) {
+        for (const auto& operation : operations) {
+            const OpenStore store("k = I1\nDEFAULT_k = I1\nl = I1\n");
+            Program other;
+            zelva_core_settings_set_durability(ZELVA_CORE_DURABILITY_RELAXED);
+            BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+            const State before = state_of_store();
+            const std::string text = read_file(store_path());
+            before_call = [error](const Call& call) { return call.name == "count"s ? Fate{error} : Fate{}; };
+            for (int i = 0; i < 3; ++i) {
+                BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, operation());
+                BOOST_CHECK(text == read_file(store_path()));
+                BOOST_CHECK(before == state_of_store());
+                BOOST_CHECK_EQUAL(2, other.run(get_k));
+            }
+            before_call = nullptr;
+            // There is room again.
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, operation());
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("l", 5));
+            const State after = state_of_store();
+            BOOST_CHECK_EQUAL(5, other.run([](int) { return std::get<int>(value_of("l")); }));
+            OpenStore::restart();
+            BOOST_CHECK(after == state_of_store());
+        }
+    }
+}
+
+// Its file has changed all the same. Nobody is to rely on what it held before, nor on this.
+BOOST_AUTO_TEST_CASE(a_change_whose_end_cannot_be_announced_is_an_error_and_what_it_left_is_read_by_the_next_one) {
+    const auto get_k = [](int) { return std::get<int>(value_of("k")); };
+    const auto set_l = [](int value) { return static_cast<int>(set("l", value)); };
+    for (const int error : {ENOSPC, EIO}) {
+        for (const bool is_next_elsewhere : {false, true}) {
+            const OpenStore store("k = I1\nl = I1\n");
+            Program other;
+            const auto set_next = [&](int value) { return is_next_elsewhere ? other.run(set_l, value) : set_l(value); };
+            int counts = 0;
+            before_call = [&](const Call& call) {
+                return call.name == "count"s && ++counts > 1 ? Fate{error} : Fate{};
+            };
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 2));
+            BOOST_CHECK_EQUAL(2, counts);
+            BOOST_CHECK_EQUAL(Value(1), value_of("k"));
+            BOOST_CHECK_EQUAL(1, other.run(get_k));
+            // Who cannot end it either does not go on.
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("l", 2));
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_settings_sync());
+            BOOST_CHECK_EQUAL(Value(1), value_of("l"));
+            before_call = nullptr;
+            BOOST_CHECK_EQUAL(0, set_next(3));
+            for (const char* key : {"k", "l"}) {
+                BOOST_CHECK_EQUAL(Value(key == "k"s ? 2 : 3), value_of(key));
+            }
+            BOOST_CHECK_EQUAL(2, other.run(get_k));
+            BOOST_CHECK_EQUAL(0, result_of(start([] { return value_of("k") == Value(2) ? 0 : 1; })));
+            BOOST_CHECK_EQUAL(0, set_next(4));
+            BOOST_CHECK_EQUAL(Value(4), value_of("l"));
+        }
+    }
+}
+
+BOOST_AUTO_TEST_CASE(a_store_opens_and_closes_though_a_change_of_a_dead_program_cannot_be_ended) {
+    { const OpenStore store("k = I1\n"); }
+    write_file(shared_state_path(), "\1" + std::string(4095, '\0'));
+    before_call = [](const Call& call) { return call.name == "count"s ? Fate{ENOSPC} : Fate{}; };
+    {
+        const OpenStore store("k = I1\n");
+        BOOST_CHECK_EQUAL(Value(1), value_of("k"));
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 2));
+        BOOST_CHECK_EQUAL(Value(1), value_of("k"));
+        BOOST_CHECK_EQUAL("", Calls([] { value_of("k"); }).names());
+        before_call = nullptr;
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+        before_call = [](const Call& call) { return call.name == "count"s ? Fate{ENOSPC} : Fate{}; };
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_deinit());
+        before_call = nullptr;
+        BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+        BOOST_CHECK_EQUAL(Value(2), value_of("k"));
+    }
+}
+
+// The counter of a lower layer's file, mapped, stays as it is when a writer gets a copy of the file.
+BOOST_AUTO_TEST_CASE(a_get_of_who_may_only_read_an_overlay_looks_at_the_file) {
+    { const OpenStore store; }
+    zelva_core_settings_deinit();
+    write_file(store_path(), "k = I1\n");
+    constexpr int unknown = 0;
+    for (const int file_system : {OVERLAYFS_SUPER_MAGIC, EXT4_SUPER_MAGIC, unknown}) {
+        watched::file_system = file_system;
+        int opened = 0;
+        before_call = [&opened, file_system](const Call& call) {
+            // For writing, for reading, and for writing again, to clean up after the dead.
+            const bool is_for_writing = call.name == "open"s && (++opened == 1 || opened == 3);
+            return Fate{is_for_writing ? EACCES : call.name == "fstatfs"s && file_system == unknown ? EIO : 0};
+        };
+        BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+        int number = 0;
+        const Calls calls([&number] { zelva_core_settings_get_int_value("k", &number); });
+        BOOST_CHECK_EQUAL(1, number);
+        BOOST_CHECK_EQUAL(file_system == EXT4_SUPER_MAGIC ? "" : "stat ", calls.names());
+        zelva_core_settings_deinit();
+    }
+    watched::file_system.reset();
     fs::remove(store_path());
 }
 

@@ -112,6 +112,7 @@ bool is_locked() {
     const int file = open(shared_state_path().c_str(), O_RDWR | O_CLOEXEC);
     struct flock lock {};
     lock.l_type = F_WRLCK;
+    lock.l_len = 1;
     const bool is_held = file >= 0 && fcntl(file, F_OFD_SETLK, &lock) != 0;
     close(file);
     return is_held;

@@ -2,6 +2,7 @@
 // and after each operation, the power is lost; and each disk that this may leave is opened as a store. It must hold
 // what was acknowledged, and of the operation that was under way all or nothing.
 #include <algorithm>
+#include <cerrno>
 #include <iterator>
 #include <map>
 #include <optional>
@@ -372,6 +373,33 @@ void report_totals() {
 }  // namespace
 
 BOOST_AUTO_TEST_SUITE(power)
+
+BOOST_AUTO_TEST_CASE(an_operation_whose_change_cannot_be_announced_does_nothing_to_the_disk) {
+    std::size_t refusals = 0;
+    for (const Start& start : starts()) {
+        for (const Operation& operation : operations()) {
+            disk = Disk(start.file);
+            BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+            State expected = state_of_store();
+            bool is_changed = false;
+            before_change = [&is_changed] { is_changed = true; };
+            disk.shared_error = ENOSPC;
+            zelva_core_status status = operation.run();
+            disk.shared_error = 0;
+            before_change = nullptr;
+            BOOST_CHECK_MESSAGE(!is_changed, operation.name);
+            BOOST_CHECK_MESSAGE(state_of_store() == expected, operation.name);
+            if (status == ZELVA_CORE_STATUS_IO_FAILED) {
+                ++refusals;
+                BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, operation.run());
+                operation.model(expected);
+                BOOST_CHECK_MESSAGE(state_of_store() == expected, operation.name);
+            }
+            zelva_core_settings_deinit();
+        }
+    }
+    BOOST_CHECK_GT(refusals, operations().size());
+}
 
 BOOST_AUTO_TEST_CASE(a_loss_of_power_during_one_operation_leaves_all_or_nothing_of_it) {
     check_sequences(1, 1, is_campaign() ? 4096 : 512);

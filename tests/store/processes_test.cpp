@@ -219,6 +219,57 @@ BOOST_AUTO_TEST_CASE(a_removed_lock_file_does_not_let_two_programs_write_at_once
     BOOST_CHECK_EQUAL(Value(4), value_of("k"));
 }
 
+// As when a backup is put in the place of the settings: one of the programs has the store open since before that.
+BOOST_AUTO_TEST_CASE(two_programs_lose_nothing_in_a_folder_that_has_taken_another_one_s_place) {
+    const TimeLimit limit;
+    constexpr int rounds = 200;
+    const std::string moved = Folder::path() + "-moved";
+    const OpenStore store("k = I1\n");
+    zelva_core_settings_set_durability(ZELVA_CORE_DURABILITY_RELAXED);
+    BOOST_REQUIRE_EQUAL(0, set_many(1));
+    std::filesystem::rename(Folder::path(), moved);
+    std::filesystem::copy(moved, Folder::path(), std::filesystem::copy_options::recursive);
+    const auto increment = [](const std::string& key) {
+        int failed = 0;
+        for (int i = 0; i < rounds; ++i) {
+            failed += set(key, std::max(number_of(key), 0) + 1) == ZELVA_CORE_STATUS_NO_ERROR ? 0 : 1;
+            failed += set(key + std::to_string(i), i) == ZELVA_CORE_STATUS_NO_ERROR ? 0 : 1;
+        }
+        return failed;
+    };
+    const pid_t other = start([&] {
+        zelva_core_settings_set_durability(ZELVA_CORE_DURABILITY_RELAXED);
+        return increment("theirs");
+    });
+    BOOST_CHECK_EQUAL(0, increment("mine"));
+    BOOST_CHECK_EQUAL(0, result_of(other));
+    for (int i = 0; i < 2; ++i) {
+        BOOST_CHECK_EQUAL(rounds, number_of("mine"));
+        BOOST_CHECK_EQUAL(rounds, number_of("theirs"));
+        BOOST_CHECK_EQUAL(2U * (rounds + 1) + 2, keys().size());
+        OpenStore::restart();
+    }
+    std::filesystem::remove_all(moved);
+}
+
+BOOST_AUTO_TEST_CASE(a_folder_that_has_been_moved_away_is_not_made_anew_and_nothing_is_forgotten) {
+    const std::string moved = Folder::path() + "-moved";
+    const OpenStore store("k = I1\n");
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    std::filesystem::rename(Folder::path(), moved);
+    for (int i = 0; i < 2; ++i) {
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 3));
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_settings_delete_key("k"));
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_settings_sync());
+        BOOST_CHECK_EQUAL(Value(2), value_of("k"));
+        BOOST_CHECK(!std::filesystem::exists(Folder::path()));
+    }
+    std::filesystem::rename(moved, Folder::path());
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 4));
+    OpenStore::restart();
+    BOOST_CHECK_EQUAL(Value(4), value_of("k"));
+}
+
 BOOST_AUTO_TEST_CASE(a_thread_reads_while_another_thread_and_another_program_write) {
     const OpenStore store("k = I0\n");
     const pid_t other = start([] {

@@ -48,10 +48,10 @@ std::function<void()> before_change;
 
 Disk::Disk(const std::optional<std::string>& text) {
     folders[Folder::path()] = {Names{}};
-    const Number state = create();
-    resize(state, shared.size());
-    flush(state);
-    folders[Folder::path() + "/.zelva"] = {Names{{"test", state}}};
+    shared_file = create();
+    resize(shared_file, shared.size());
+    flush(shared_file);
+    folders[Folder::path() + "/.zelva"] = {Names{{"test", shared_file}}};
     if (text) {
         const Number file = create();
         write(file, 0, *text);
@@ -339,6 +339,10 @@ int stat(const char* path, struct stat* attributes) {
 int fstat(int descriptor, struct stat* attributes) {
     return describe(opened.at(descriptor).file, attributes);
 }
+int fstatfs(int, struct statfs* file_system) {
+    *file_system = {};
+    return 0;
+}
 ssize_t pread(int descriptor, void* buffer, std::size_t size, off_t offset) {
     const std::string& text = disk.files.at(opened.at(descriptor).file).text;
     const auto begin = static_cast<std::size_t>(offset);
@@ -349,6 +353,13 @@ ssize_t pread(int descriptor, void* buffer, std::size_t size, off_t offset) {
 ssize_t pwrite(int descriptor, const void* buffer, std::size_t size, off_t offset) {
     const auto begin = static_cast<std::size_t>(offset);
     const Disk::Number file = opened.at(descriptor).file;
+    if (file == disk.shared_file) {
+        if (disk.shared_error != 0) {
+            return fail(disk.shared_error);
+        }
+        std::memcpy(disk.shared.data() + begin, buffer, size);
+        return static_cast<ssize_t>(size);
+    }
     const std::size_t end = std::max(disk.room, disk.files.at(file).text.size());
     if (begin >= end) {
         return fail(ENOSPC);
@@ -415,7 +426,11 @@ int unlink(const char* path) {
 ssize_t readlink(const char* path, char*, std::size_t) {
     return fail(find(Path(path)) == nullptr ? ENOENT : EINVAL);
 }
-int lock(int, short, bool) {
+int lock(int, off_t, short, bool) {
+    return 0;
+}
+int find_lock(int, off_t, short& type) {
+    type = F_UNLCK;
     return 0;
 }
 void* map(int, std::size_t, int) {

@@ -65,7 +65,9 @@ class Disk {
 
     std::map<Number, File> files;
     std::map<std::string, std::vector<Names>> folders;  // by path; each version since the last flush
-    std::array<char, 4096> shared{};                    // the page that programs share
+    std::array<char, 4096> shared{};                    // the page that programs share, which no loss of power changes
+    Number shared_file = 0;
+    int shared_error = 0;  // the errno with which writes of that page fail
 
   private:
     /// One thing that a loss of power decides: which of how many.

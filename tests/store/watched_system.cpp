@@ -6,13 +6,17 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <string>
+#include <string_view>
 
 #include "file/system.h"
 
 namespace watched {
 
 std::function<Fate(const Call&)> before_call;
+std::optional<decltype(statfs::f_type)> file_system;
 bool has_opened_inheritable = false;
 
 namespace {
@@ -26,6 +30,27 @@ Result call(const char* name, std::size_t size, Result failure, Make&& make) {
         return failure;
     }
     return make(std::min(size, fate.most));
+}
+
+/// Whether these bytes of an open file are the counter.
+bool is_counter(int descriptor, std::size_t size, off_t offset) {
+    if (size > sizeof(std::uint64_t) || offset >= off_t{sizeof(std::uint64_t)}) {
+        return false;
+    }
+    std::array<char, 4096> path{};
+    const ssize_t length =
+        ::readlink(("/proc/self/fd/" + std::to_string(descriptor)).c_str(), path.data(), path.size());
+    return length > 0 &&
+           std::string_view(path.data(), static_cast<std::size_t>(length)).find("/.zelva/") != std::string_view::npos;
+}
+
+struct flock lock_of(off_t byte, short type) {
+    struct flock lock {};
+    lock.l_type = type;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = byte;
+    lock.l_len = 1;
+    return lock;
 }
 
 template <class Make>
@@ -58,12 +83,19 @@ int stat(const char* path, struct stat* attributes) {
 int fstat(int descriptor, struct stat* attributes) {
     return call("fstat", [&] { return ::fstat(descriptor, attributes); });
 }
+int fstatfs(int descriptor, struct statfs* file_system) {
+    return call("fstatfs", [&] {
+        const int result = ::fstatfs(descriptor, file_system);
+        file_system->f_type = watched::file_system.value_or(file_system->f_type);
+        return result;
+    });
+}
 ssize_t pread(int descriptor, void* buffer, std::size_t size, off_t offset) {
     return call("pread", size, ssize_t{-1},
                 [&](std::size_t most) { return ::pread(descriptor, buffer, most, offset); });
 }
 ssize_t pwrite(int descriptor, const void* buffer, std::size_t size, off_t offset) {
-    return call("pwrite", size, ssize_t{-1},
+    return call(watched::is_counter(descriptor, size, offset) ? "count" : "pwrite", size, ssize_t{-1},
                 [&](std::size_t most) { return ::pwrite(descriptor, buffer, most, offset); });
 }
 int ftruncate(int descriptor, off_t size) {
@@ -96,11 +128,17 @@ int unlink(const char* path) {
 ssize_t readlink(const char* path, char* target, std::size_t size) {
     return call("readlink", 0, ssize_t{-1}, [&](std::size_t) { return ::readlink(path, target, size); });
 }
-int lock(int descriptor, short type, bool wait) {
-    struct flock lock {};
-    lock.l_type = type;
-    lock.l_whence = SEEK_SET;
+int lock(int descriptor, off_t byte, short type, bool wait) {
+    struct flock lock = watched::lock_of(byte, type);
     return call("lock", [&] { return fcntl(descriptor, wait ? F_OFD_SETLKW : F_OFD_SETLK, &lock); });
+}
+int find_lock(int descriptor, off_t byte, short& type) {
+    return call("find_lock", [&] {
+        struct flock lock = watched::lock_of(byte, type);
+        const int result = fcntl(descriptor, F_OFD_GETLK, &lock);
+        type = lock.l_type;
+        return result;
+    });
 }
 void* map(int descriptor, std::size_t size, int protection) {
     return call("map", 0, static_cast<void*>(nullptr), [&](std::size_t) {

@@ -3,13 +3,17 @@
 // program in the middle of its work.
 #pragma once
 
+#include <sys/vfs.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 
 namespace watched {
 
-/// A call: the name of its function, and how many bytes it is to read or write.
+/// A call: the name of its function, and how many bytes it is to read or write. A pwrite of the counter that programs
+/// share is called "count".
 struct Call {
     const char* name;
     std::size_t size;
@@ -24,6 +28,9 @@ struct Fate {
 /// Asked before each call, in the thread that makes it, if there is somebody to ask. To be changed while no other
 /// thread uses the library.
 extern std::function<Fate(const Call&)> before_call;
+
+/// The file system that all files lie on, if not the real one.
+extern std::optional<decltype(statfs::f_type)> file_system;
 
 /// Whether a file that was opened since the program began would stay open in a program that this one starts.
 extern bool has_opened_inheritable;
