@@ -88,7 +88,9 @@ int getpwuid_r(uid_t user, passwd* entry, char* buffer, std::size_t size, passwd
     }
     return real<decltype(getpwuid_r)>("getpwuid_r")(user, entry, buffer, size, found);
 }
-char* getcwd(char* buffer, std::size_t size) noexcept {
+// By another name in here, as the headers may define that one inline.
+char* look_up_working_directory(char* buffer, std::size_t size) noexcept __asm__("getcwd");
+char* look_up_working_directory(char* buffer, std::size_t size) noexcept {
     if (working_directory_error != 0) {
         errno = working_directory_error;
         return nullptr;
