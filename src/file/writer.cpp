@@ -44,7 +44,7 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
         texts_apart = std::move(texts);
         texts.assign(1, lines_of(changes.data(), changes.data() + changes.size()));
     }
-    make_room(layout_.replaced, 2 * changes.size());
+    make_room(layout_.replaced, changes.size());
 
     const auto leave_replaced = [this](const Line& line, const Change& change) {
         layout_.replaced.push_back({line, hash_of_name(change.key)});

@@ -300,6 +300,24 @@ BOOST_AUTO_TEST_CASE(a_get_does_without_a_lock_that_cannot_be_taken) {
     }
 }
 
+BOOST_AUTO_TEST_CASE(a_get_does_without_a_lock_that_can_never_be_opened_though_a_program_has_died_in_a_change) {
+    const TimeLimit limit;
+    const OpenStore store("k = I1\n");
+    write_file(store_path(), "k = I12\n");
+    leave_change_unfinished();
+    fs::remove_all(Folder::path() + "/.zelva");
+    BOOST_CHECK_EQUAL(Value(12), value_of("k"));
+    BOOST_CHECK(keys() == Strings{"k"});
+    // It has read what there is: until the next change there is nothing to ask the system.
+    int calls = 0;
+    const Interference interference([&calls](const Call&) {
+        ++calls;
+        return Fate{};
+    });
+    BOOST_CHECK_EQUAL(Value(12), value_of("k"));
+    BOOST_CHECK_EQUAL(0, calls);
+}
+
 // Where the change before it is not in memory, the file has to be read. Half of a line would be another value.
 BOOST_AUTO_TEST_CASE(a_get_does_not_read_what_another_program_has_written_half) {
     const TimeLimit limit;
@@ -396,6 +414,39 @@ BOOST_AUTO_TEST_CASE(a_close_leaves_many_replaced_lines_to_whoever_opens_the_sto
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_delete_key("k"));
     OpenStore::restart();
     BOOST_CHECK(keys().empty());
+}
+
+// Its new default may be in the file already when the value's line fails.
+BOOST_AUTO_TEST_CASE(a_failed_first_write_of_a_key_that_has_only_a_default_leaves_no_default_to_a_later_key) {
+    const std::string half_sector(300, 'x');
+    for (const int error : {EIO, ENOSPC}) {
+        int failing = 0;
+        bool is_reached = true;
+        for (; is_reached; ++failing) {
+            const OpenStore store("DEFAULT_k = Sold\nother = I1\n");
+            BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("other", 2));
+            is_reached = false;
+            {
+                const Interference interference([&, writes = 0](const Call& call) mutable {
+                    const bool is_failing = call.name == "pwrite"s && writes++ == failing;
+                    is_reached = is_reached || is_failing;
+                    return Fate{is_failing ? error : 0};
+                });
+                const zelva_core_status status = set("k", half_sector);
+                BOOST_CHECK(is_reached || status == ZELVA_CORE_STATUS_NO_ERROR);
+                BOOST_CHECK_EQUAL(status == ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_does_key_exist("k"));
+            }
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", "second"s));
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_delete_key("k"));
+            BOOST_CHECK_EQUAL("other = I2\n", OpenStore::file());
+            zelva_core_settings_deinit();
+            write_file(store_path(), read_file(store_path()) + "k = Snew\n");
+            zelva_core_settings_init("test");
+            BOOST_CHECK_EQUAL(Value("new"s), value_of("k"));
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_SETTING_NOT_PRESENT, get_default("k").status);
+        }
+        BOOST_CHECK_GE(failing, 3);
+    }
 }
 
 // On a full disk, the room of withdrawn lines at the end of the file is taken first.

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <condition_variable>
+#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <mutex>
@@ -485,6 +486,35 @@ BOOST_AUTO_TEST_CASE(a_new_key_costs_one_flush_and_one_write) {
     BOOST_CHECK_EQUAL(1U, calls.count("pwrite"));
 }
 
+BOOST_AUTO_TEST_CASE(a_line_of_more_than_a_sector_costs_two_flushes_or_a_relaxed_one_each_time) {
+    constexpr std::size_t sector = zelva::file::sector_size;
+    struct Case {
+        std::string key;
+        std::size_t size;
+        std::size_t flushes;
+        std::size_t relaxed_flushes;
+    };
+    // Of the two lines of a new key the default is always brought to the disk before the value.
+    const Case cases[] = {
+        {"t", sector, 2, 1},        {"t", sector + 1, 2, 1},  {"t", 9000, 2, 1},
+        {"t", 9001, 2, 1},          {"t", sector - 10, 1, 0}, {"t", sector, 2, 1},
+        {"pair", sector / 2, 2, 1}, {"long", sector, 4, 3},   {"long", sector + 1, 2, 1},
+    };
+    for (const bool is_relaxed : {false, true}) {
+        const OpenStore store("#" + std::string(100'000, '.') + "\nt = St\n");  // nothing is compacted
+        warm_up();
+        zelva_core_settings_set_durability(is_relaxed ? ZELVA_CORE_DURABILITY_RELAXED : ZELVA_CORE_DURABILITY_FULL);
+        for (const Case& line : cases) {
+            const Calls calls(
+                [&] { BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set(line.key, text_of(line.size))); });
+            BOOST_TEST_CONTEXT(line.key << " of " << line.size << " bytes" << (is_relaxed ? ", relaxed" : "")) {
+                BOOST_CHECK_EQUAL(is_relaxed ? line.relaxed_flushes : line.flushes, calls.count("fdatasync"));
+                BOOST_CHECK_EQUAL(0U, calls.count("renameat2"));
+            }
+        }
+    }
+}
+
 // The disk writes the two lines as one where they lie in one sector; otherwise the value's has to go first.
 BOOST_AUTO_TEST_CASE(a_delete_costs_a_flush_within_a_sector_and_two_beyond_and_one_less_when_relaxed) {
     const std::string filler = "#" + std::string(600, '.') + "\n";
@@ -586,6 +616,51 @@ BOOST_AUTO_TEST_CASE(what_changes_nothing_writes_nothing) {
     BOOST_CHECK_EQUAL(0U, Calls([] { set("k", 4); }).count("fdatasync"));
     for (const char* name : {"pwrite", "fdatasync", "fsync", "ftruncate", "renameat2"}) {
         BOOST_CHECK_EQUAL(0U, calls.count(name));
+    }
+}
+
+// Texts are compared, and writes counted: these checks are not to rely on the library's own comparison.
+BOOST_AUTO_TEST_CASE(a_set_of_json_writes_if_the_canonical_texts_differ_and_only_then) {
+    const auto text_by = [](zelva_core_status (*get)(const char*, char**)) {
+        char* text = nullptr;
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, get("j", &text));
+        std::string copy = text == nullptr ? "" : text;
+        std::free(text);
+        return copy;
+    };
+    const OpenStore store;
+    std::string value;
+    std::string value_default;
+    const auto check = [&](bool is_default, const char* text, const std::string& canonical) {
+        const bool is_first = value.empty();
+        const bool is_new = canonical != (is_default ? value_default : value);
+        (is_default ? value_default : value) = canonical;
+        value_default = is_first ? canonical : value_default;
+        const Calls calls([&] {
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, is_default
+                                                              ? zelva_core_settings_set_default_json_value("j", text)
+                                                              : zelva_core_settings_set_json_value("j", text));
+        });
+        BOOST_CHECK_EQUAL(is_new, calls.count("pwrite") > 0);
+        BOOST_CHECK_EQUAL(value, text_by(zelva_core_settings_get_json_value));
+        BOOST_CHECK_EQUAL(value_default, text_by(zelva_core_settings_get_default_json_value));
+        const auto lines = lines_of_file();
+        BOOST_CHECK_EQUAL("j = J" + value, lines.at("j").text);
+        BOOST_CHECK_EQUAL("DEFAULT_j = J" + value_default, lines.at("DEFAULT_j").text);
+    };
+    for (const bool is_default : {false, true}) {
+        check(is_default, "{\"a\":1}", "{ \"a\" : 1 }");
+        check(is_default, "{\"a\":2}", "{ \"a\" : 2 }");
+        check(is_default, "{ \"a\" : 2 }", "{ \"a\" : 2 }");
+        check(is_default, "{\n\"a\":2.0}\n", "{ \"a\" : 2 }");
+        check(is_default, "{\"b\":2}", "{ \"b\" : 2 }");
+        check(is_default, "[1,2]", "[ 1, 2 ]");
+        check(is_default, "[2,1]", "[ 2, 1 ]");
+        check(is_default, "[2,1,0]", "[ 2, 1, 0 ]");
+        check(is_default, "0", "0");
+        check(is_default, "-0", "-0");
+        check(is_default, "\"\"", "\"\"");
+        check(is_default, "null", "null");
     }
 }
 

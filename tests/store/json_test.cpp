@@ -26,6 +26,18 @@ void check_refused(const std::string& text) {
     }
 }
 
+// What other tests rely on that compare values.
+BOOST_AUTO_TEST_CASE(json_equals_json_of_the_same_text_and_nothing_else) {
+    const Value json = Json{"[ 1 ]"};
+    BOOST_CHECK(json == Value(Json{"[ 1 ]"}));
+    for (const char* text : {"[ 2 ]", "[ 1 ] ", "[ 1, 1 ]", "[", ""}) {
+        BOOST_CHECK(!(json == Value(Json{text})));
+        BOOST_CHECK(!(Value(Json{text}) == json));
+        BOOST_CHECK(Value(Json{text}) == Value(Json{text}));
+    }
+    BOOST_CHECK(!(json == Value("[ 1 ]"s)));
+}
+
 BOOST_AUTO_TEST_CASE(containers_are_written_on_one_line_with_single_blanks) {
     check_accepted("{}", "{}");
     check_accepted(" { \t\r\n} ", "{}");
