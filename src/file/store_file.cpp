@@ -18,8 +18,9 @@ namespace {
 // Without O_NONBLOCK the open would wait for the other end of a FIFO.
 constexpr int open_flags = O_CLOEXEC | O_NONBLOCK;
 
-/// What is known of a file that has been read. One that does not exist reads as empty.
+/// What is known of a file that has been read, and still is open. One that does not exist reads as empty.
 struct Contents {
+    Descriptor file;
     bool exists = false;
     struct stat attributes {};
     std::string text;
@@ -34,19 +35,19 @@ bool is_stamp_of(const std::string& path, const Stamp& stamp) {
 /// Reads a file, opened as `access` says (O_RDONLY, O_RDWR). 0, also when it does not exist, or the errno of what
 /// failed.
 int read_file(const std::string& path, int access, Contents& contents) {
-    contents = {};
-    const Descriptor file(system::open(path.c_str(), access | open_flags));
-    if (!file.is_open()) {
+    contents = Contents();
+    contents.file = Descriptor(system::open(path.c_str(), access | open_flags));
+    if (!contents.file.is_open()) {
         return errno == ENOENT ? 0 : errno;
     }
-    if (system::fstat(file.number(), &contents.attributes) != 0) {
+    if (system::fstat(contents.file.number(), &contents.attributes) != 0) {
         return errno;
     }
     if (!S_ISREG(contents.attributes.st_mode)) {
         return EINVAL;
     }
     contents.exists = true;
-    return read_all(file, contents.text);
+    return read_all(contents.file, contents.text);
 }
 
 /// Reads a file that a program might be changing of which nothing is known but the file: until it reads the same twice.
@@ -179,8 +180,9 @@ zelva_core_status StoreFile::apply(const std::vector<Change>& changes, zelva_cor
         if (error == 0 || must_rebuild) {
             return status_of(error);
         }
-        // Where the folder cannot be written or has no room, the file still can. Where the folder could not be flushed,
-        // a loss of power leaves one of two files, and both have the changes then.
+        // Where the folder cannot be written or has no room, or the new file cannot be given what the old one has
+        // besides its content, the file still can be written. Where the folder could not be flushed, a loss of power
+        // leaves one of two files, and both have the changes then.
         next_compaction_ = layout.dead + page_size;
     }
     return status_of(write_in_place(durability, layout, stamp, [&](Writer& writer) {
@@ -271,6 +273,10 @@ int StoreFile::rebuild(const std::vector<Change>& changes, Layout& layout, Stamp
     if (!(stamp == (old.exists ? stamp_of(old.attributes) : Stamp{}))) {
         return ESTALE;
     }
+    std::vector<Attribute> attributes;
+    if (const int error = old.exists ? read_attributes(old.file, attributes) : 0) {
+        return error;
+    }
     // Among these may be the default of a deleted key, which no later line replaces.
     for (const Line& line : layout.replaced) {
         old.text[line.offset] = withdrawn_mark;
@@ -279,7 +285,7 @@ int StoreFile::rebuild(const std::vector<Change>& changes, Layout& layout, Stamp
     if (result.text.size() > INT_MAX) {
         return EFBIG;
     }
-    Replacement replacement(path);
+    Replacement replacement(path, std::move(attributes));
     const int error = replacement.replace(old.exists ? &old.attributes : nullptr, result.text, stamp);
     if (replacement.has_failed_to_flush()) {
         is_distrusted_ = true;

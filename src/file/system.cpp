@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <stdio.h>
 #include <sys/mman.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace zelva::file::system {
@@ -39,6 +40,18 @@ int fchmod(int descriptor, mode_t mode) {
 }
 int fchown(int descriptor, uid_t user, gid_t group) {
     return ::fchown(descriptor, user, group);
+}
+ssize_t flistxattr(int descriptor, char* names, std::size_t size) {
+    return ::flistxattr(descriptor, names, size);
+}
+ssize_t fgetxattr(int descriptor, const char* name, void* value, std::size_t size) {
+    return ::fgetxattr(descriptor, name, value, size);
+}
+int fsetxattr(int descriptor, const char* name, const void* value, std::size_t size, int flags) {
+    return ::fsetxattr(descriptor, name, value, size, flags);
+}
+int fremovexattr(int descriptor, const char* name) {
+    return ::fremovexattr(descriptor, name);
 }
 int chmod(const char* path, mode_t mode) {
     return ::chmod(path, mode);

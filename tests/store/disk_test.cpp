@@ -2,6 +2,7 @@
 // from then on, with each errno, and falls short. The operation then says so and has changed nothing, or it has done
 // its work. And what each operation asks of the disk.
 #include <fcntl.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -777,6 +778,57 @@ BOOST_AUTO_TEST_CASE(a_file_that_somebody_changes_at_the_last_moment_is_kept) {
         BOOST_CHECK_EQUAL("edited = I5\nk = I2\n", OpenStore::file());
     }
     fs::remove(store_path());
+}
+
+// Where it cannot be given what the old file has, a new one does not take its place.
+BOOST_AUTO_TEST_CASE(a_file_whose_attributes_cannot_be_copied_is_changed_in_place,
+                     *boost::unit_test::precondition(has_attributes)) {
+    for (const char* refused : {"flistxattr", "fgetxattr", "fsetxattr"}) {
+        for (const int error : {EPERM, ENOSPC, E2BIG, ENOMEM, EACCES}) {
+            const OpenStore store(wasteful_file());
+            BOOST_REQUIRE_EQUAL(0, setxattr(store_path().c_str(), "user.note", "mine", 4, 0));
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_reload());
+            int refusals = 0;
+            int replacements = 0;
+            before_call = [&](const Call& call) {
+                const bool is_refused = refused == std::string(call.name);
+                refusals += is_refused ? 1 : 0;
+                replacements += call.name == "renameat2"s ? 1 : 0;
+                return Fate{is_refused ? error : 0};
+            };
+            for (int i = 0; i < 40; ++i) {
+                BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", i));
+            }
+            before_call = nullptr;
+            BOOST_CHECK_EQUAL(1, refusals);  // it is not tried again at once
+            BOOST_CHECK_EQUAL(0, replacements);
+            OpenStore::restart();
+            BOOST_CHECK_EQUAL(Value(39), value_of("k"));
+            BOOST_CHECK(names_in_folder() == Strings{"test"});
+            char note[4];
+            BOOST_CHECK_EQUAL(4, getxattr(store_path().c_str(), "user.note", note, sizeof note));
+        }
+    }
+}
+
+// Some systems let nobody set a label, and give each new file the same one.
+BOOST_AUTO_TEST_CASE(an_attribute_that_a_new_file_has_already_is_not_set,
+                     *boost::unit_test::precondition(has_attributes)) {
+    const OpenStore store(wasteful_file());
+    BOOST_REQUIRE_EQUAL(0, setxattr(store_path().c_str(), "user.note", "mine", 4, 0));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_reload());
+    int replacements = 0;
+    before_call = [&](const Call& call) {
+        if (call.name == "fchmod"s) {
+            const std::string created = Folder::path() + "/.zelva-test";
+            BOOST_CHECK_EQUAL(0, setxattr(created.c_str(), "user.note", "mine", 4, 0));
+        }
+        replacements += call.name == "renameat2"s ? 1 : 0;
+        return Fate{call.name == "fsetxattr"s ? EPERM : 0};
+    };
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    before_call = nullptr;
+    BOOST_CHECK_EQUAL(1, replacements);
 }
 
 // A program that may not read the counter can only see whether the file stays as it is.

@@ -375,6 +375,18 @@ int fchmod(int, mode_t) {
 int fchown(int, uid_t, gid_t) {
     return 0;
 }
+ssize_t flistxattr(int, char*, std::size_t) {
+    return 0;
+}
+ssize_t fgetxattr(int, const char*, void*, std::size_t) {
+    return fail(ENODATA);
+}
+int fsetxattr(int, const char*, const void*, std::size_t, int) {
+    return fail(ENOTSUP);
+}
+int fremovexattr(int, const char*) {
+    return fail(ENODATA);
+}
 int chmod(const char*, mode_t) {
     return 0;
 }
