@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <limits.h>
 #include <stdio.h>
+#include <sys/xattr.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -14,6 +15,32 @@ namespace {
 
 constexpr mode_t new_file_mode = S_IRUSR | S_IWUSR;
 constexpr std::string_view prefix = ".zelva-";
+constexpr const char* access_list = "system.posix_acl_access";
+
+/// They are of the old content, and the system makes new ones.
+bool is_digest(std::string_view attribute) {
+    return attribute == "security.ima" || attribute == "security.evm";
+}
+
+/// Calls a function of the system that tells a size without a buffer, and then fills one. 0, or the errno of what
+/// failed.
+template <class Get>
+int get_whole(std::string& out, Get&& get) {
+    for (;;) {
+        ssize_t size = get(nullptr, 0);
+        if (size > 0) {
+            out.resize(static_cast<std::size_t>(size));
+            size = get(out.data(), out.size());
+        }
+        if (size >= 0) {
+            out.resize(static_cast<std::size_t>(size));
+            return 0;
+        }
+        if (errno != ERANGE) {  // it has grown meanwhile
+            return errno;
+        }
+    }
+}
 
 /// The name is always the same, since only the holder of the store's lock uses it: what a program has left behind that
 /// was killed is found again.
@@ -28,6 +55,14 @@ std::string temporary_path(const std::string& path) {
 Descriptor create(const std::string& path) {
     system::unlink(path.c_str());
     return Descriptor(system::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, new_file_mode));
+}
+
+std::size_t longest_value(const std::vector<Attribute>& attributes) {
+    std::size_t longest = 0;
+    for (const Attribute& attribute : attributes) {
+        longest = std::max(longest, attribute.value.size());
+    }
+    return longest;
 }
 
 }  // namespace
@@ -57,10 +92,37 @@ void remove_leftover(const std::string& path) {
     system::unlink(temporary_path(path).c_str());
 }
 
-Replacement::Replacement(std::string path)
+int read_attributes(const Descriptor& file, std::vector<Attribute>& attributes) {
+    std::string names;
+    const int error =
+        get_whole(names, [&](char* out, std::size_t size) { return system::flistxattr(file.number(), out, size); });
+    if (error != 0) {
+        return error == ENOTSUP ? 0 : error;
+    }
+    for (std::size_t begin = 0; begin < names.size();) {
+        Attribute attribute{names.c_str() + begin, {}};
+        begin += attribute.name.size() + 1;
+        if (is_digest(attribute.name)) {
+            continue;
+        }
+        const int failure = get_whole(attribute.value, [&](char* out, std::size_t size) {
+            return system::fgetxattr(file.number(), attribute.name.c_str(), out, size);
+        });
+        if (failure == 0) {
+            attributes.push_back(std::move(attribute));
+        } else if (failure != ENODATA) {  // somebody has removed it meanwhile
+            return failure;
+        }
+    }
+    return 0;
+}
+
+Replacement::Replacement(std::string path, std::vector<Attribute> attributes)
     : path_(std::move(path)),
       folder_(folder_of(path_)),
       temporary_(temporary_path(path_)),
+      attributes_(std::move(attributes)),
+      found_(longest_value(attributes_), '\0'),
       file_(create(temporary_)),
       open_error_(file_.is_open() ? 0 : errno) {}
 
@@ -74,6 +136,22 @@ int Replacement::rename(unsigned flags) const {
     return system::renameat2(temporary_.c_str(), path_.c_str(), flags);
 }
 
+int Replacement::set_attributes() {
+    bool has_access_list = false;
+    for (const auto& [name, value] : attributes_) {
+        has_access_list |= name == access_list;
+        // The system may have given the file the same one, as it does with labels, which few may set.
+        const ssize_t size = system::fgetxattr(file_.number(), name.c_str(), found_.data(), found_.size());
+        const bool is_set = size == static_cast<ssize_t>(value.size()) && found_.compare(0, value.size(), value) == 0;
+        if (!is_set && system::fsetxattr(file_.number(), name.c_str(), value.data(), value.size(), 0) != 0) {
+            return errno;
+        }
+    }
+    // The folder may have passed one on to the new file, to users who could not open the old one.
+    const bool has_inherited = !has_access_list && system::fgetxattr(file_.number(), access_list, nullptr, 0) > 0;
+    return has_inherited && system::fremovexattr(file_.number(), access_list) != 0 ? errno : 0;
+}
+
 int Replacement::replace(const struct stat* old, std::string_view text, bool is_to_be_written, Stamp& stamp) {
     if (open_error_ != 0) {
         return open_error_;
@@ -83,6 +161,9 @@ int Replacement::replace(const struct stat* old, std::string_view text, bool is_
     }
     if (system::fchmod(file_.number(), old == nullptr ? new_file_mode : old->st_mode & ALLPERMS) != 0) {
         return errno;
+    }
+    if (const int error = set_attributes()) {
+        return error;
     }
     std::size_t written = 0;
     if (const int error = write_at(file_, 0, text, written)) {

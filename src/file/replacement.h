@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "file/descriptor.h"
 #include "file/stamp.h"
@@ -19,20 +20,30 @@ std::string folder_of(const std::string& path);
 /// Removes what a program that died while it was replacing the file has left beside it. REQUIRES: the store's lock.
 void remove_leftover(const std::string& path);
 
+/// An extended attribute of a file: an access list, a security label, or what a user has attached to it.
+struct Attribute {
+    std::string name;
+    std::string value;
+};
+
+/// Reads the attributes that a file is to have which takes this one's place: all but those that are digests of its
+/// content. 0, also on a file system that has none, or the errno of what failed.
+int read_attributes(const Descriptor& file, std::vector<Attribute>& attributes);
+
 /// A file under construction beside the one that it is to replace. REQUIRES: the store's lock, for as long as the
 /// object lives; `path` leads over no link.
 class Replacement {
   public:
-    explicit Replacement(std::string path);
+    Replacement(std::string path, std::vector<Attribute> attributes);
     Replacement(const Replacement&) = delete;
     Replacement& operator=(const Replacement&) = delete;
 
     /// The new file, or else the one that it has replaced, is removed.
     ~Replacement();
 
-    /// Gives the file its content and the mode and owner of the one that it replaces (nullptr: there is none), brings
-    /// it to the disk, puts it in place, and tells its stamp. If `is_to_be_written`, its place is on the disk then,
-    /// too; otherwise a loss of power leaves either file.
+    /// Gives the file its content, the mode and owner of the one that it replaces (nullptr: there is none) and its
+    /// attributes, brings it to the disk, puts it in place, and tells its stamp. If `is_to_be_written`, its place is on
+    /// the disk then, too; otherwise a loss of power leaves either file.
     ///
     /// 0, or the errno of what failed. Then the old file is in place or, where not even that could be made so, the new
     /// one, and `stamp` is that of the old one. Takes no memory.
@@ -46,10 +57,13 @@ class Replacement {
 
   private:
     int rename(unsigned flags) const;
+    int set_attributes();
 
     const std::string path_;
     const std::string folder_;
     const std::string temporary_;
+    const std::vector<Attribute> attributes_;
+    std::string found_;  // as long as the longest value of them
     Descriptor file_;
     const int open_error_;
     bool has_failed_to_flush_ = false;

@@ -14,13 +14,15 @@ struct Stamp {
     off_t size = 0;
     timespec modified{};
     timespec changed{};  // the file or what is known about it; nobody can set this time
+    nlink_t names = 0;
 };
 
 /// Of a state that nobody knows: no file is in it, nor is one that does not exist.
-inline constexpr Stamp unknown_stamp{0, 0, -1, {}, {}};
+inline constexpr Stamp unknown_stamp{0, 0, -1, {}, {}, 0};
 
 inline Stamp stamp_of(const struct stat& attributes) {
-    return {attributes.st_dev, attributes.st_ino, attributes.st_size, attributes.st_mtim, attributes.st_ctim};
+    return {attributes.st_dev,  attributes.st_ino,  attributes.st_size,
+            attributes.st_mtim, attributes.st_ctim, attributes.st_nlink};
 }
 
 inline bool is_same_file(const Stamp& left, const Stamp& right) {
@@ -32,8 +34,8 @@ inline bool is_same_time(const timespec& left, const timespec& right) {
 }
 
 inline bool operator==(const Stamp& left, const Stamp& right) {
-    return is_same_file(left, right) && left.size == right.size && is_same_time(left.modified, right.modified) &&
-           is_same_time(left.changed, right.changed);
+    return is_same_file(left, right) && left.size == right.size && left.names == right.names &&
+           is_same_time(left.modified, right.modified) && is_same_time(left.changed, right.changed);
 }
 
 }  // namespace zelva::file

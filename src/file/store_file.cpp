@@ -6,9 +6,9 @@
 #include <cerrno>
 #include <climits>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
-#include "file/paths.h"
 #include "file/replacement.h"
 #include "value/text.h"
 
@@ -19,8 +19,9 @@ namespace {
 // Without O_NONBLOCK the open would wait for the other end of a FIFO.
 constexpr int open_flags = O_CLOEXEC | O_NONBLOCK;
 
-/// What is known of a file that has been read. One that does not exist reads as empty.
+/// What is known of a file that has been read, and still is open. One that does not exist reads as empty.
 struct Contents {
+    Descriptor file;
     bool exists = false;
     struct stat attributes {};
     std::string text;
@@ -35,19 +36,19 @@ bool is_stamp_of(const std::string& path, const Stamp& stamp) {
 /// Reads a file, opened as `access` says (O_RDONLY, O_RDWR). 0, also when it does not exist, or the errno of what
 /// failed.
 int read_file(const std::string& path, int access, Contents& contents) {
-    contents = {};
-    const Descriptor file(system::open(path.c_str(), access | open_flags));
-    if (!file.is_open()) {
+    contents = Contents();
+    contents.file = Descriptor(system::open(path.c_str(), access | open_flags));
+    if (!contents.file.is_open()) {
         return errno == ENOENT ? 0 : errno;
     }
-    if (system::fstat(file.number(), &contents.attributes) != 0) {
+    if (system::fstat(contents.file.number(), &contents.attributes) != 0) {
         return errno;
     }
     if (!S_ISREG(contents.attributes.st_mode)) {
         return EINVAL;
     }
     contents.exists = true;
-    return read_all(file, contents.text);
+    return read_all(contents.file, contents.text);
 }
 
 /// Reads a file that a program might be changing of which nothing is known but the file: until it reads the same twice.
@@ -78,16 +79,59 @@ bool is_all_but_padding(std::string_view text, std::string_view lines) {
     return value::begins_with(text, lines) && text.find_first_not_of('\n', lines.size()) == std::string_view::npos;
 }
 
+/// Where a path leads.
+std::string target_of(std::string path) {
+    if (const int error = follow_links(path)) {
+        throw std::system_error(error, std::generic_category(), "link");
+    }
+    return path;
+}
+
+/// Who may not write a file, or not this one, may still be able to read it.
+bool is_refusal(int error) {
+    return error == EACCES || error == EPERM || error == EROFS || error == EMLINK;
+}
+
 }  // namespace
 
-StoreFile::StoreFile(std::string path, std::string shared_path)
-    : path_(std::move(path)), shared_(std::make_unique<SharedState>(std::move(shared_path))) {
+StoreFile::StoreFile(Kind kind, std::string path)
+    : link_(std::move(path)),
+      path_(kind == Kind::settings ? target_of(link_) : link_),
+      shared_(kind == Kind::settings ? std::make_unique<SharedState>(shared_state_path(path_)) : nullptr) {
+    if (!shared_) {
+        return;
+    }
+    look_at_path();
     // A failure here is met again, and reported, by the first write.
-    if (create_settings_directory() == ZELVA_CORE_STATUS_NO_ERROR && shared_->open() == 0 &&
+    if (create_shared_state_directory(path_) == ZELVA_CORE_STATUS_NO_ERROR && shared_->open() == 0 &&
         shared_->lock(false) == 0) {
         clean_up();
         unlock();
     }
+}
+
+bool StoreFile::leads_elsewhere() const {
+    // A folder that has been moved with the link in it leads nowhere else.
+    struct stat folder {};
+    return target_of(link_) != path_ && system::stat(folder_of(link_).c_str(), &folder) == 0;
+}
+
+bool StoreFile::has_been_moved(const Revision& revision) const {
+    struct stat folder {};
+    return !(revision.stamp == Stamp{}) && system::stat(folder_of(path_).c_str(), &folder) != 0;
+}
+
+int StoreFile::look_at_path() {
+    // Where nothing can be found out, nothing is known against the file.
+    struct statx attributes {};
+    const bool is_found = system::statx(path_.c_str(), AT_SYMLINK_NOFOLLOW, STATX_TYPE, &attributes) == 0;
+    is_mounted_ = is_found && (attributes.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+    return is_found && S_ISLNK(attributes.stx_mode) ? ESTALE : 0;
+}
+
+int StoreFile::check_names(const Stamp& stamp) {
+    const int error = is_mounted_ ? look_at_path() : 0;
+    return error == 0 && has_other_names(stamp) ? EMLINK : error;
 }
 
 int StoreFile::clean_up() {
@@ -96,10 +140,7 @@ int StoreFile::clean_up() {
             return error;
         }
     }
-    std::string path = path_;
-    if (follow_links(path) == 0) {
-        remove_leftover(path);
-    }
+    remove_leftover(path_);
     return 0;
 }
 
@@ -130,8 +171,14 @@ std::optional<zelva_core_status> StoreFile::load(Access access, std::string& tex
             error = read_file(path_, O_RDONLY, contents);
         }
     }
+    if (shared_ && error == 0 && contents.exists && has_other_names(stamp_of(contents.attributes))) {
+        error = read_file_at_rest(path_, contents);
+    }
     if (error != 0) {
         return status_of(error);
+    }
+    if (!contents.exists && has_been_moved(revision)) {
+        return ZELVA_CORE_STATUS_IO_FAILED;
     }
     revision = {counter - counter % 2, contents.exists ? stamp_of(contents.attributes) : Stamp{}};
     text = std::move(contents.text);
@@ -143,17 +190,21 @@ bool StoreFile::is_current(const Revision& revision) const {
     if (!shared_) {
         return true;
     }
-    if (!shared_->has_counter()) {
+    if (!shared_->has_counter() || has_other_names(revision.stamp)) {
         return is_stamp_of(path_, revision.stamp);
     }
     const std::uint64_t counter = shared_->counter();
     return counter - counter % 2 == revision.counter;
 }
 
-zelva_core_status StoreFile::lock() {
+zelva_core_status StoreFile::lock(const Revision& revision) {
+    is_stale_ = false;
     int error = shared_->lock();
     if (error == ENOENT) {
-        if (const zelva_core_status status = create_settings_directory()) {
+        if (has_been_moved(revision)) {
+            return ZELVA_CORE_STATUS_IO_FAILED;
+        }
+        if (const zelva_core_status status = create_shared_state_directory(path_)) {
             return status;
         }
         error = shared_->lock();
@@ -206,13 +257,14 @@ zelva_core_status StoreFile::apply(const std::vector<Change>& changes, zelva_cor
     if (must_rebuild || is_wasteful) {
         const int error = rebuild(changes, Purpose::change, layout, stamp, placed);
         if (error == 0 || must_rebuild) {
-            return status_of(error);
+            return finish(error);
         }
-        // Where the folder cannot be written or has no room, the file still can. Where the folder could not be flushed,
-        // a loss of power leaves one of two files, and both have the changes then.
+        // Where the folder cannot be written or has no room, or the new file cannot be given what the old one has
+        // besides its content, the file still can be written. Where the folder could not be flushed, a loss of power
+        // leaves one of two files, and both have the changes then.
         next_compaction_ = layout.dead + page_size;
     }
-    return status_of(write_in_place(durability, layout, stamp, [&](Writer& writer) {
+    return finish(write_in_place(durability, layout, stamp, [&](Writer& writer) {
         return changes.front().value ? writer.put(changes, placed) : writer.remove(changes);
     }));
 }
@@ -222,11 +274,22 @@ zelva_core_status StoreFile::flush(bool is_to_be_tidied, Layout& layout, Stamp& 
         return ZELVA_CORE_STATUS_NO_ERROR;  // there is no file
     }
     if (is_distrusted_) {
-        return status_of(rebuild({}, Purpose::change, layout, stamp, placed));
+        return finish(rebuild({}, Purpose::change, layout, stamp, placed));
     }
-    return status_of(write_in_place(ZELVA_CORE_DURABILITY_FULL, layout, stamp, [is_to_be_tidied](Writer& writer) {
-        return is_to_be_tidied ? writer.tidy() : writer.flush();
-    }));
+    // A flush alone takes no right to write.
+    Descriptor reading;
+    int error = open(stamp);
+    const bool may_only_read = !is_to_be_tidied && is_refusal(error) && !is_distrusted_;
+    if (may_only_read) {
+        error = open(stamp, O_RDONLY, reading);
+    }
+    if (error != 0) {
+        return finish(error);
+    }
+    has_changed_ = has_changed_ || is_to_be_tidied;
+    return status_of(
+        write(may_only_read ? reading : file_, ZELVA_CORE_DURABILITY_FULL, layout, stamp,
+              [is_to_be_tidied](Writer& writer) { return is_to_be_tidied ? writer.tidy() : writer.flush(); }));
 }
 
 bool StoreFile::has_line(const Line& line, std::string_view text) const {
@@ -267,31 +330,52 @@ void StoreFile::tidy(bool is_last, Layout& layout, Stamp& stamp) {
 
 template <class Work>
 int StoreFile::write_in_place(zelva_core_durability durability, Layout& layout, Stamp& stamp, Work&& work) {
-    if (const int error = open(stamp)) {
-        return error;
-    }
+    const int error = open(stamp);
+    has_changed_ = has_changed_ || error == 0;
+    return error == 0 ? write(file_, durability, layout, stamp, std::forward<Work>(work)) : error;
+}
+
+template <class Work>
+int StoreFile::write(const Descriptor& file, zelva_core_durability durability, Layout& layout, Stamp& stamp,
+                     Work&& work) {
     // Where memory runs out half way, or a change cannot be undone, only the file tells what it means.
     stamp = unknown_stamp;
-    Writer writer(file_, layout, durability);
-    has_changed_ = true;
+    Writer writer(file, layout, durability);
     const int error = std::forward<Work>(work)(writer);
     is_distrusted_ |= writer.has_failed_to_flush();
     struct stat attributes {};
-    if (!writer.must_be_read() && system::fstat(file_.number(), &attributes) == 0) {
+    if (!writer.must_be_read() && system::fstat(file.number(), &attributes) == 0) {
         stamp = stamp_of(attributes);
     }
     return error;
 }
 
+zelva_core_status StoreFile::finish(int error) {
+    is_stale_ = error == ESTALE || error == EEXIST;  // a new file has found one in its place
+    return status_of(error);
+}
+
 int StoreFile::open(const Stamp& stamp) {
     if (file_.is_open() && is_same_file(opened_, stamp)) {
-        return 0;
+        return check_names(stamp);
     }
-    std::string path = path_;
-    if (const int error = follow_links(path)) {
+    Descriptor file;
+    if (const int error = open(stamp, O_RDWR, file)) {
         return error;
     }
-    Descriptor file(system::open(path.c_str(), O_RDWR | open_flags));
+    if (const int error = check_names(stamp)) {
+        return error;
+    }
+    file_ = std::move(file);
+    opened_ = stamp;
+    return 0;
+}
+
+int StoreFile::open(const Stamp& stamp, int access, Descriptor& file) {
+    if (const int error = look_at_path()) {
+        return error;
+    }
+    file = Descriptor(system::open(path_.c_str(), access | open_flags));
     struct stat attributes {};
     if (!file.is_open() || system::fstat(file.number(), &attributes) != 0) {
         return errno;
@@ -301,28 +385,32 @@ int StoreFile::open(const Stamp& stamp) {
     }
     // Who has put the file in its place may have died before that reached the disk. A folder that cannot be read cannot
     // be brought to the disk.
-    if (const int error = sync_folder(folder_of(path)); error != 0 && error != EACCES) {
+    if (const int error = sync_folder(folder_of(path_)); error != 0 && error != EACCES) {
         is_distrusted_ = true;
         return error;
     }
-    file_ = std::move(file);
-    opened_ = stamp;
     return 0;
 }
 
 int StoreFile::rebuild(const std::vector<Change>& changes, Purpose purpose, Layout& layout, Stamp& stamp,
                        const Placed& placed) {
-    std::string path = path_;
-    if (const int error = follow_links(path)) {
+    if (const int error = look_at_path()) {
         return error;
     }
     // One that its owner has made read-only is not to be replaced, hence the access.
     Contents old;
-    if (const int error = read_file(path, O_RDWR, old)) {
+    if (const int error = read_file(path_, O_RDWR, old)) {
         return error;
     }
     if (!(stamp == (old.exists ? stamp_of(old.attributes) : Stamp{}))) {
         return ESTALE;
+    }
+    if (has_other_names(stamp)) {
+        return EMLINK;
+    }
+    std::vector<Attribute> attributes;
+    if (const int error = old.exists ? read_attributes(old.file, attributes) : 0) {
+        return error;
     }
     // Among these may be the default of a key that could not be written, which no later line replaces.
     for (const Replaced& line : layout.replaced) {
@@ -338,7 +426,7 @@ int StoreFile::rebuild(const std::vector<Change>& changes, Purpose purpose, Layo
     if (result.text.size() > INT_MAX) {
         return EFBIG;
     }
-    Replacement replacement(path);
+    Replacement replacement(path_, std::move(attributes));
     const int error =
         replacement.replace(old.exists ? &old.attributes : nullptr, result.text, purpose == Purpose::change, stamp);
     if (replacement.has_failed_to_flush()) {

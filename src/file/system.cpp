@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <stdio.h>
 #include <sys/mman.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace zelva::file::system {
@@ -35,6 +36,9 @@ int fstat(int descriptor, struct stat* attributes) {
 int fstatfs(int descriptor, struct statfs* file_system) {
     return ::fstatfs(descriptor, file_system);
 }
+int statx(const char* path, int flags, unsigned mask, struct statx* attributes) {
+    return ::statx(AT_FDCWD, path, flags, mask, attributes);
+}
 ssize_t pread(int descriptor, void* buffer, std::size_t size, off_t offset) {
     return ::pread(descriptor, buffer, size, offset);
 }
@@ -55,6 +59,18 @@ int fchmod(int descriptor, mode_t mode) {
 }
 int fchown(int descriptor, uid_t user, gid_t group) {
     return ::fchown(descriptor, user, group);
+}
+ssize_t flistxattr(int descriptor, char* names, std::size_t size) {
+    return ::flistxattr(descriptor, names, size);
+}
+ssize_t fgetxattr(int descriptor, const char* name, void* value, std::size_t size) {
+    return ::fgetxattr(descriptor, name, value, size);
+}
+int fsetxattr(int descriptor, const char* name, const void* value, std::size_t size, int flags) {
+    return ::fsetxattr(descriptor, name, value, size, flags);
+}
+int fremovexattr(int descriptor, const char* name) {
+    return ::fremovexattr(descriptor, name);
 }
 int chmod(const char* path, mode_t mode) {
     return ::chmod(path, mode);

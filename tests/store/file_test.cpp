@@ -2,11 +2,13 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "support.h"
 
@@ -206,6 +208,56 @@ BOOST_AUTO_TEST_CASE(a_write_keeps_the_file_s_mode_and_owner) {
     }
 }
 
+// As `setfacl -m u:svc:rw` leaves it: others with a right of their own would be locked out.
+BOOST_AUTO_TEST_CASE(a_file_written_anew_keeps_its_access_list_and_its_attributes,
+                     *boost::unit_test::precondition(has_attributes)) {
+    using List = std::vector<std::uint8_t>;
+    // Version 2; then tag, rights and user of each entry: the owner, user 65001, the group, the mask, all others.
+    const List list{2, 0,   0,   0,   1,   0,  6, 0, 255, 255, 255, 255, 2,   0,  6, 0, 0xE9, 0xFD, 0,   0,   4,  0, 0,
+                    0, 255, 255, 255, 255, 16, 0, 6, 0,   255, 255, 255, 255, 32, 0, 0, 0,    255,  255, 255, 255};
+    const auto attribute = [](const char* name) {
+        List value(200);
+        const ssize_t size = getxattr(store_path().c_str(), name, value.data(), value.size());
+        value.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
+        return value;
+    };
+    const auto set_attribute = [](const char* name, const List& value) {
+        return setxattr(store_path().c_str(), name, value.data(), value.size(), 0) == 0;
+    };
+    const char* const access_list = "system.posix_acl_access";
+    const OpenStore store("k = I1\n");
+    const List note{'m', 'i', 'n', 'e', 0, 255};
+    BOOST_REQUIRE(set_attribute(access_list, list) && set_attribute("user.note", note));
+    BOOST_REQUIRE(set_attribute("user.empty", {}));
+    const auto inode = [] {
+        struct stat attributes {};
+        BOOST_REQUIRE_EQUAL(0, stat(store_path().c_str(), &attributes));
+        return attributes.st_ino;
+    };
+    const ino_t before = inode();
+    for (int i = 0; i < 600; ++i) {
+        BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", i));
+    }
+    BOOST_CHECK_NE(before, inode());
+    BOOST_CHECK(attribute(access_list) == list);
+    BOOST_CHECK(attribute("user.note") == note);
+    BOOST_CHECK_EQUAL(0, getxattr(store_path().c_str(), "user.empty", nullptr, 0));
+    BOOST_CHECK_EQUAL(0660U, mode_of(store_path()));
+    BOOST_CHECK_EQUAL(Value(599), value_of("k"));
+
+    // One that the folder passes on to new files gives nobody a right that he did not have.
+    BOOST_REQUIRE_EQUAL(0, removexattr(store_path().c_str(), access_list));
+    BOOST_REQUIRE_EQUAL(0, setxattr(Folder::path().c_str(), "system.posix_acl_default", list.data(), list.size(), 0));
+    const ino_t second = inode();
+    for (int i = 0; i < 600; ++i) {
+        BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", i));
+    }
+    BOOST_CHECK_NE(second, inode());
+    BOOST_CHECK(attribute(access_list).empty());
+    BOOST_CHECK(attribute("user.note") == note);
+    BOOST_REQUIRE_EQUAL(0, removexattr(Folder::path().c_str(), "system.posix_acl_default"));
+}
+
 BOOST_AUTO_TEST_CASE(a_symbolic_link_stays_one_and_its_target_is_written) {
     const std::string elsewhere = Folder::path() + "/elsewhere";
     const std::string target = elsewhere + "/target";
@@ -365,6 +417,30 @@ BOOST_AUTO_TEST_CASE(who_may_only_read_a_store_may_announce_the_version_that_it_
                zelva_core_settings_get_and_set_version(&version, 3) == ZELVA_CORE_STATUS_NO_ERROR && version == 3;
     }));
     BOOST_REQUIRE_EQUAL(0, chmod(Folder::path().c_str(), 0700));
+}
+
+// A flush takes no right to write.
+BOOST_AUTO_TEST_CASE(who_may_take_the_lock_and_not_write_the_file_may_announce_the_version_that_it_has) {
+    const OpenStore store("k = I1\nVersion = I3\n");
+    if (geteuid() == 0) {
+        for (const std::string& path :
+             {store_path(), Folder::path(), Folder::path() + "/.zelva", shared_state_path()}) {
+            BOOST_REQUIRE_EQUAL(0, chown(path.c_str(), nobody, getegid()));
+        }
+    }
+    BOOST_REQUIRE_EQUAL(0, chmod(store_path().c_str(), 0444));
+    BOOST_CHECK(as_nobody([] {
+        OpenStore::restart();
+        unsigned version = 0;
+        return zelva_core_settings_get_and_set_version(&version, 4) == ZELVA_CORE_STATUS_IO_FAILED && version == 0 &&
+               zelva_core_settings_get_and_set_version(&version, 3) == ZELVA_CORE_STATUS_NO_ERROR && version == 3 &&
+               set("k", 1) == ZELVA_CORE_STATUS_NO_ERROR && set("k", 2) == ZELVA_CORE_STATUS_IO_FAILED;
+    }));
+    if (geteuid() == 0) {
+        for (const std::string& path : {Folder::path(), Folder::path() + "/.zelva"}) {
+            BOOST_REQUIRE_EQUAL(0, chown(path.c_str(), 0, getegid()));
+        }
+    }
 }
 
 // As a program leaves it that has been killed when it had just made the file.

@@ -279,6 +279,7 @@ int describe(Disk::Number number, struct stat* attributes) {
     *attributes = {};
     attributes->st_dev = 1;
     attributes->st_ino = number;
+    attributes->st_nlink = 1;
     attributes->st_mode = S_IFREG | file.mode;
     attributes->st_size = static_cast<off_t>(file.text.size());
     attributes->st_mtim.tv_nsec = static_cast<long>(file.modified);
@@ -343,6 +344,10 @@ int fstatfs(int, struct statfs* file_system) {
     *file_system = {};
     return 0;
 }
+int statx(const char* path, int, unsigned, struct statx* attributes) {
+    *attributes = {};
+    return find(Path(path)) == nullptr ? fail(ENOENT) : 0;
+}
 ssize_t pread(int descriptor, void* buffer, std::size_t size, off_t offset) {
     const std::string& text = disk.files.at(opened.at(descriptor).file).text;
     const auto begin = static_cast<std::size_t>(offset);
@@ -392,6 +397,18 @@ int fchmod(int, mode_t) {
 }
 int fchown(int, uid_t, gid_t) {
     return 0;
+}
+ssize_t flistxattr(int, char*, std::size_t) {
+    return 0;
+}
+ssize_t fgetxattr(int, const char*, void*, std::size_t) {
+    return fail(ENODATA);
+}
+int fsetxattr(int, const char*, const void*, std::size_t, int) {
+    return fail(ENOTSUP);
+}
+int fremovexattr(int, const char*) {
+    return fail(ENODATA);
 }
 int chmod(const char*, mode_t) {
     return 0;

@@ -1,8 +1,10 @@
 #include "support.h"
 
 #include <stdlib.h>
+#include <sys/xattr.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <clocale>
 #include <cstring>
 #include <filesystem>
@@ -197,6 +199,18 @@ boost::test_tools::assertion_result has_comma_locale(boost::unit_test::test_unit
     boost::test_tools::assertion_result result = std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr;
     std::setlocale(LC_ALL, "C");
     result.message() << "the locale de_DE.UTF-8 is not there";
+    return result;
+}
+
+boost::test_tools::assertion_result has_attributes(boost::unit_test::test_unit_id) {
+    const std::string path = Folder::path() + "/attributes";
+    std::filesystem::create_directories(Folder::path());
+    write_file(path, "");
+    boost::test_tools::assertion_result result =
+        setxattr(path.c_str(), "user.note", "", 0, 0) == 0 &&
+        (getxattr(path.c_str(), "system.posix_acl_access", nullptr, 0) >= 0 || errno == ENODATA);
+    result.message() << "the file system has no extended attributes";
+    std::filesystem::remove(path);
     return result;
 }
 

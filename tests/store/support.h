@@ -49,6 +49,9 @@ bool is_campaign();
 /// Whether there is a locale with a decimal comma; the build makes one where the system can. A precondition of tests.
 boost::test_tools::assertion_result has_comma_locale(boost::unit_test::test_unit_id);
 
+/// Whether files of the settings folder can have extended attributes and access lists. A precondition of tests.
+boost::test_tools::assertion_result has_attributes(boost::unit_test::test_unit_id);
+
 /// The line of an entry, without its line feed. Where it stands does not matter to what it says.
 struct EntryLine {
     std::string text;

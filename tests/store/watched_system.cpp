@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <stdio.h>
 #include <sys/mman.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -90,6 +91,9 @@ int fstatfs(int descriptor, struct statfs* file_system) {
         return result;
     });
 }
+int statx(const char* path, int flags, unsigned mask, struct statx* attributes) {
+    return call("statx", [&] { return ::statx(AT_FDCWD, path, flags, mask, attributes); });
+}
 ssize_t pread(int descriptor, void* buffer, std::size_t size, off_t offset) {
     return call("pread", size, ssize_t{-1},
                 [&](std::size_t most) { return ::pread(descriptor, buffer, most, offset); });
@@ -112,6 +116,18 @@ int fchmod(int descriptor, mode_t mode) {
 }
 int fchown(int descriptor, uid_t user, gid_t group) {
     return call("fchown", [&] { return ::fchown(descriptor, user, group); });
+}
+ssize_t flistxattr(int descriptor, char* names, std::size_t size) {
+    return call("flistxattr", 0, ssize_t{-1}, [&](std::size_t) { return ::flistxattr(descriptor, names, size); });
+}
+ssize_t fgetxattr(int descriptor, const char* name, void* value, std::size_t size) {
+    return call("fgetxattr", 0, ssize_t{-1}, [&](std::size_t) { return ::fgetxattr(descriptor, name, value, size); });
+}
+int fsetxattr(int descriptor, const char* name, const void* value, std::size_t size, int flags) {
+    return call("fsetxattr", [&] { return ::fsetxattr(descriptor, name, value, size, flags); });
+}
+int fremovexattr(int descriptor, const char* name) {
+    return call("fremovexattr", [&] { return ::fremovexattr(descriptor, name); });
 }
 int chmod(const char* path, mode_t mode) {
     return call("chmod", [&] { return ::chmod(path, mode); });
