@@ -129,11 +129,6 @@ int StoreFile::look_at_path() {
     return is_found && S_ISLNK(attributes.stx_mode) ? ESTALE : 0;
 }
 
-int StoreFile::check_names(const Stamp& stamp) {
-    const int error = is_mounted_ ? look_at_path() : 0;
-    return error == 0 && has_other_names(stamp) ? EMLINK : error;
-}
-
 int StoreFile::clean_up() {
     if (shared_->counter() % 2 != 0) {
         if (const int error = shared_->end_change()) {
@@ -356,15 +351,16 @@ zelva_core_status StoreFile::finish(int error) {
 }
 
 int StoreFile::open(const Stamp& stamp) {
-    if (file_.is_open() && is_same_file(opened_, stamp)) {
-        return check_names(stamp);
+    if (file_.is_open() && is_same_file(opened_, stamp) && !is_mounted_) {
+        return has_other_names(stamp) ? EMLINK : 0;
     }
     Descriptor file;
     if (const int error = open(stamp, O_RDWR, file)) {
         return error;
     }
-    if (const int error = check_names(stamp)) {
-        return error;
+    // Not before it is open: an overlay breaks its links then.
+    if (has_other_names(stamp)) {
+        return EMLINK;
     }
     file_ = std::move(file);
     opened_ = stamp;

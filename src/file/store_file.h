@@ -136,7 +136,6 @@ class StoreFile {
     int clean_up();
 
     int look_at_path();
-    int check_names(const Stamp& stamp);
     int open(const Stamp& stamp, int access, Descriptor& file);
     int open(const Stamp& stamp);
     int rebuild(const std::vector<Change>& changes, Purpose purpose, Layout& layout, Stamp& stamp,

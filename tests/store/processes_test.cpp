@@ -704,6 +704,7 @@ BOOST_AUTO_TEST_CASE(a_file_with_two_names_is_read_and_not_written_until_it_has_
             }
             BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
             if (is_open_before) {
+                BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_sync());  // which opens the file
                 fs::create_hard_link(store_path(), store_path("other"));
             }
             const auto check_refusals = [](Value k) {
