@@ -138,10 +138,9 @@ std::optional<std::string> store_path(Kind kind, std::string_view name) {
     return path;
 }
 
-std::string shared_state_path(std::string_view name) {
-    std::string path = settings_directory() + shared_state_directory + '/';
-    path += name;
-    return path;
+std::string shared_state_path(const std::string& path) {
+    const std::size_t name = path.rfind('/');
+    return path.substr(0, name) + shared_state_directory + path.substr(name);
 }
 
 const std::string& settings_directory() {
@@ -174,6 +173,15 @@ zelva_core_status create_settings_directory() {
     // shared state comes last: where it is, all of that has been done.
     sync_folder(parent_of(directory));
     return status_of(make_shared_folder(shared, directory));
+}
+
+zelva_core_status create_shared_state_directory(const std::string& path) {
+    const std::string directory = path.substr(0, path.rfind('/'));
+    if (directory == settings_directory()) {
+        return create_settings_directory();
+    }
+    const std::string shared = directory + shared_state_directory;
+    return exists(shared) ? ZELVA_CORE_STATUS_NO_ERROR : status_of(make_shared_folder(shared, parent_of(path)));
 }
 
 }  // namespace zelva::file

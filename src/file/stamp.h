@@ -13,13 +13,14 @@ struct Stamp {
     ino_t inode = 0;
     off_t size = 0;
     timespec modified{};
+    nlink_t names = 0;
 };
 
 /// Of a state that nobody knows: no file is in it, nor is one that does not exist.
-inline constexpr Stamp unknown_stamp{0, 0, -1, {}};
+inline constexpr Stamp unknown_stamp{0, 0, -1, {}, 0};
 
 inline Stamp stamp_of(const struct stat& attributes) {
-    return {attributes.st_dev, attributes.st_ino, attributes.st_size, attributes.st_mtim};
+    return {attributes.st_dev, attributes.st_ino, attributes.st_size, attributes.st_mtim, attributes.st_nlink};
 }
 
 inline bool is_same_file(const Stamp& left, const Stamp& right) {
@@ -27,8 +28,8 @@ inline bool is_same_file(const Stamp& left, const Stamp& right) {
 }
 
 inline bool operator==(const Stamp& left, const Stamp& right) {
-    return is_same_file(left, right) && left.size == right.size && left.modified.tv_sec == right.modified.tv_sec &&
-           left.modified.tv_nsec == right.modified.tv_nsec;
+    return is_same_file(left, right) && left.size == right.size && left.names == right.names &&
+           left.modified.tv_sec == right.modified.tv_sec && left.modified.tv_nsec == right.modified.tv_nsec;
 }
 
 }  // namespace zelva::file

@@ -6,9 +6,9 @@
 #include <cerrno>
 #include <climits>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
-#include "file/paths.h"
 #include "file/replacement.h"
 
 namespace zelva::file {
@@ -65,26 +65,61 @@ int read_file_at_rest(const std::string& path, Contents& contents) {
     return error;
 }
 
+/// Where a path leads.
+std::string target_of(std::string path) {
+    if (const int error = follow_links(path)) {
+        throw std::system_error(error, std::generic_category(), "link");
+    }
+    return path;
+}
+
+/// Who may not write a file, or not this one, may still be able to read it.
+bool is_refusal(int error) {
+    return error == EACCES || error == EPERM || error == EROFS || error == EMLINK;
+}
+
 }  // namespace
 
-StoreFile::StoreFile(std::string path, std::string shared_path)
-    : path_(std::move(path)), shared_(std::make_unique<SharedState>(std::move(shared_path))) {
+StoreFile::StoreFile(Kind kind, std::string path)
+    : link_(std::move(path)),
+      path_(kind == Kind::settings ? target_of(link_) : link_),
+      shared_(kind == Kind::settings ? std::make_unique<SharedState>(shared_state_path(path_)) : nullptr) {
+    if (!shared_) {
+        return;
+    }
+    look_at_path();
     // A failure here is met again, and reported, by the first write.
-    if (create_settings_directory() == ZELVA_CORE_STATUS_NO_ERROR && shared_->open() == 0 &&
+    if (create_shared_state_directory(path_) == ZELVA_CORE_STATUS_NO_ERROR && shared_->open() == 0 &&
         shared_->lock(false) == 0) {
         clean_up();
         unlock();
     }
 }
 
+bool StoreFile::leads_elsewhere() const {
+    // A folder that has been moved with the link in it leads nowhere else.
+    struct stat folder {};
+    return target_of(link_) != path_ && system::stat(folder_of(link_).c_str(), &folder) == 0;
+}
+
+bool StoreFile::has_been_moved(const Revision& revision) const {
+    struct stat folder {};
+    return !(revision.stamp == Stamp{}) && system::stat(folder_of(path_).c_str(), &folder) != 0;
+}
+
+int StoreFile::look_at_path() {
+    // Where nothing can be found out, nothing is known against the file.
+    struct statx attributes {};
+    const bool is_found = system::statx(path_.c_str(), AT_SYMLINK_NOFOLLOW, STATX_TYPE, &attributes) == 0;
+    is_mounted_ = is_found && (attributes.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+    return is_found && S_ISLNK(attributes.stx_mode) ? ESTALE : 0;
+}
+
 void StoreFile::clean_up() {
     if (shared_->counter() % 2 != 0) {
         shared_->end_change();
     }
-    std::string path = path_;
-    if (follow_links(path) == 0) {
-        remove_leftover(path);
-    }
+    remove_leftover(path_);
 }
 
 std::optional<zelva_core_status> StoreFile::load(Access access, std::string& text, const UseEntry& use,
@@ -114,8 +149,14 @@ std::optional<zelva_core_status> StoreFile::load(Access access, std::string& tex
             error = read_file(path_, O_RDONLY, contents);
         }
     }
+    if (shared_ && error == 0 && contents.exists && has_other_names(stamp_of(contents.attributes))) {
+        error = read_file_at_rest(path_, contents);
+    }
     if (error != 0) {
         return status_of(error);
+    }
+    if (!contents.exists && has_been_moved(revision)) {
+        return ZELVA_CORE_STATUS_IO_FAILED;
     }
     revision = {counter - counter % 2, contents.exists ? stamp_of(contents.attributes) : Stamp{}};
     text = std::move(contents.text);
@@ -127,17 +168,21 @@ bool StoreFile::is_current(const Revision& revision) const {
     if (!shared_) {
         return true;
     }
-    if (!shared_->has_counter()) {
+    if (!shared_->has_counter() || has_other_names(revision.stamp)) {
         return is_stamp_of(path_, revision.stamp);
     }
     const std::uint64_t counter = shared_->counter();
     return counter - counter % 2 == revision.counter;
 }
 
-zelva_core_status StoreFile::lock() {
+zelva_core_status StoreFile::lock(const Revision& revision) {
+    is_stale_ = false;
     int error = shared_->lock();
     if (error == ENOENT) {
-        if (const zelva_core_status status = create_settings_directory()) {
+        if (has_been_moved(revision)) {
+            return ZELVA_CORE_STATUS_IO_FAILED;
+        }
+        if (const zelva_core_status status = create_shared_state_directory(path_)) {
             return status;
         }
         error = shared_->lock();
@@ -178,14 +223,14 @@ zelva_core_status StoreFile::apply(const std::vector<Change>& changes, zelva_cor
     if (must_rebuild || is_wasteful) {
         const int error = rebuild(changes, layout, stamp, placed);
         if (error == 0 || must_rebuild) {
-            return status_of(error);
+            return finish(error);
         }
         // Where the folder cannot be written or has no room, or the new file cannot be given what the old one has
         // besides its content, the file still can be written. Where the folder could not be flushed, a loss of power
         // leaves one of two files, and both have the changes then.
         next_compaction_ = layout.dead + page_size;
     }
-    return status_of(write_in_place(durability, layout, stamp, [&](Writer& writer) {
+    return finish(write_in_place(durability, layout, stamp, [&](Writer& writer) {
         return changes.front().value ? writer.put(changes, placed) : writer.remove(changes);
     }));
 }
@@ -195,11 +240,21 @@ zelva_core_status StoreFile::flush(bool is_to_be_tidied, Layout& layout, Stamp& 
         return ZELVA_CORE_STATUS_NO_ERROR;  // there is no file
     }
     if (is_distrusted_) {
-        return status_of(rebuild({}, layout, stamp, placed));
+        return finish(rebuild({}, layout, stamp, placed));
     }
-    return status_of(write_in_place(ZELVA_CORE_DURABILITY_FULL, layout, stamp, [is_to_be_tidied](Writer& writer) {
-        return is_to_be_tidied ? writer.tidy() : writer.flush();
-    }));
+    // A flush alone takes no right to write.
+    Descriptor reading;
+    int error = open(stamp);
+    const bool may_only_read = !is_to_be_tidied && is_refusal(error) && !is_distrusted_;
+    if (may_only_read) {
+        error = open(stamp, O_RDONLY, reading);
+    }
+    if (error != 0) {
+        return finish(error);
+    }
+    return status_of(
+        write(may_only_read ? reading : file_, ZELVA_CORE_DURABILITY_FULL, layout, stamp,
+              [is_to_be_tidied](Writer& writer) { return is_to_be_tidied ? writer.tidy() : writer.flush(); }));
 }
 
 void StoreFile::tidy(Layout& layout, Stamp& stamp) {
@@ -218,30 +273,52 @@ bool StoreFile::is_untidy(const Layout& layout) const {
 
 template <class Work>
 int StoreFile::write_in_place(zelva_core_durability durability, Layout& layout, Stamp& stamp, Work&& work) {
-    if (const int error = open(stamp)) {
-        return error;
-    }
+    const int error = open(stamp);
+    return error == 0 ? write(file_, durability, layout, stamp, std::forward<Work>(work)) : error;
+}
+
+template <class Work>
+int StoreFile::write(const Descriptor& file, zelva_core_durability durability, Layout& layout, Stamp& stamp,
+                     Work&& work) {
     // Where memory runs out half way, or a change cannot be undone, only the file tells what it means.
     stamp = unknown_stamp;
-    Writer writer(file_, layout, durability);
+    Writer writer(file, layout, durability);
     const int error = std::forward<Work>(work)(writer);
     is_distrusted_ |= writer.has_failed_to_flush();
     struct stat attributes {};
-    if (!writer.has_failed_to_undo() && system::fstat(file_.number(), &attributes) == 0) {
+    if (!writer.has_failed_to_undo() && system::fstat(file.number(), &attributes) == 0) {
         stamp = stamp_of(attributes);
     }
     return error;
 }
 
+zelva_core_status StoreFile::finish(int error) {
+    is_stale_ = error == ESTALE || error == EEXIST;  // a new file has found one in its place
+    return status_of(error);
+}
+
 int StoreFile::open(const Stamp& stamp) {
-    if (file_.is_open() && is_same_file(opened_, stamp)) {
-        return 0;
+    if (file_.is_open() && is_same_file(opened_, stamp) && !is_mounted_) {
+        return has_other_names(stamp) ? EMLINK : 0;
     }
-    std::string path = path_;
-    if (const int error = follow_links(path)) {
+    Descriptor file;
+    if (const int error = open(stamp, O_RDWR, file)) {
         return error;
     }
-    Descriptor file(system::open(path.c_str(), O_RDWR | open_flags));
+    // Not before it is open: an overlay breaks its links then.
+    if (has_other_names(stamp)) {
+        return EMLINK;
+    }
+    file_ = std::move(file);
+    opened_ = stamp;
+    return 0;
+}
+
+int StoreFile::open(const Stamp& stamp, int access, Descriptor& file) {
+    if (const int error = look_at_path()) {
+        return error;
+    }
+    file = Descriptor(system::open(path_.c_str(), access | open_flags));
     struct stat attributes {};
     if (!file.is_open() || system::fstat(file.number(), &attributes) != 0) {
         return errno;
@@ -251,27 +328,27 @@ int StoreFile::open(const Stamp& stamp) {
     }
     // Who has put the file in its place may have died before that reached the disk. A folder that cannot be read cannot
     // be brought to the disk.
-    if (const int error = sync_folder(folder_of(path)); error != 0 && error != EACCES) {
+    if (const int error = sync_folder(folder_of(path_)); error != 0 && error != EACCES) {
         is_distrusted_ = true;
         return error;
     }
-    file_ = std::move(file);
-    opened_ = stamp;
     return 0;
 }
 
 int StoreFile::rebuild(const std::vector<Change>& changes, Layout& layout, Stamp& stamp, const Placed& placed) {
-    std::string path = path_;
-    if (const int error = follow_links(path)) {
+    if (const int error = look_at_path()) {
         return error;
     }
     // One that its owner has made read-only is not to be replaced, hence the access.
     Contents old;
-    if (const int error = read_file(path, O_RDWR, old)) {
+    if (const int error = read_file(path_, O_RDWR, old)) {
         return error;
     }
     if (!(stamp == (old.exists ? stamp_of(old.attributes) : Stamp{}))) {
         return ESTALE;
+    }
+    if (has_other_names(stamp)) {
+        return EMLINK;
     }
     std::vector<Attribute> attributes;
     if (const int error = old.exists ? read_attributes(old.file, attributes) : 0) {
@@ -285,7 +362,7 @@ int StoreFile::rebuild(const std::vector<Change>& changes, Layout& layout, Stamp
     if (result.text.size() > INT_MAX) {
         return EFBIG;
     }
-    Replacement replacement(path, std::move(attributes));
+    Replacement replacement(path_, std::move(attributes));
     const int error = replacement.replace(old.exists ? &old.attributes : nullptr, result.text, stamp);
     if (replacement.has_failed_to_flush()) {
         is_distrusted_ = true;

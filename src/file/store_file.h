@@ -6,6 +6,7 @@
 #include <zelva/core.h>
 #include <zelva/settings.h>
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -15,6 +16,7 @@
 
 #include "file/descriptor.h"
 #include "file/layout.h"
+#include "file/paths.h"
 #include "file/shared_state.h"
 #include "file/stamp.h"
 #include "file/writer.h"
@@ -29,14 +31,26 @@ struct Revision {
 
 /// The file of an open store. Many programs may have it open, each with an object of its own. Any thread may call the
 /// const functions at any time, and one at a time the others.
+///
+/// The lock belongs to the file, by whatever links programs come to it. A file with another name of its own (a hard
+/// link, a mount of the file alone) would have a lock for each: it is read and not written.
 class StoreFile {
   public:
-    /// The file of a store that is only read.
-    explicit StoreFile(std::string path) : path_(std::move(path)) {}
+    /// The file to which this path leads; of settings, which are written, with what the programs share that have it
+    /// open. Where that cannot be opened, the store can still be read. Throws std::system_error where the path leads
+    /// nowhere.
+    StoreFile(Kind kind, std::string path);
 
-    /// The file of a store that is written, with what the programs share that have it open. Where that cannot be
-    /// opened, the store can still be read.
-    StoreFile(std::string path, std::string shared_path);
+    /// The path that it was made with.
+    const std::string& path() const { return link_; }
+
+    /// Whether the path may lead to another file by now: it leads over a link, or the file turned out to be another one
+    /// when it was to be changed since the lock was taken.
+    bool may_lead_elsewhere() const { return link_ != path_ || is_stale_; }
+    bool is_stale() const { return is_stale_; }
+
+    /// Whether it does. Throws std::system_error where it leads nowhere.
+    bool leads_elsewhere() const;
 
     /// How a file is read that others may be changing.
     enum class Access {
@@ -48,17 +62,21 @@ class StoreFile {
     /// Reads the file's text and hands over its entries in order, which refer to it; of a key that has several, the
     /// last one counts. Nothing where it was not to wait and is being changed.
     ///
-    /// ZELVA_CORE_STATUS_SETTING_NOT_PRESENT when there is no file; ZELVA_CORE_STATUS_IO_FAILED when it cannot be read
-    /// or is no regular file.
+    /// `revision` is the last one that is known, before and after: a file that is gone with its folder has been moved,
+    /// where one that is gone alone has been removed.
+    ///
+    /// ZELVA_CORE_STATUS_SETTING_NOT_PRESENT when there is no file; ZELVA_CORE_STATUS_IO_FAILED when it cannot be read,
+    /// is no regular file, or has been moved.
     std::optional<zelva_core_status> load(Access access, std::string& text, const UseEntry& use, Revision& revision,
                                           Layout& layout) const;
 
     /// Whether no program has finished a change since this revision. Costs no system call, but where the counter cannot
-    /// be read: then it looks at the file.
+    /// be read, or does not count all changes: then it looks at the file.
     bool is_current(const Revision& revision) const;
 
-    /// Waits until no other program changes the file, and keeps them from it.
-    zelva_core_status lock();
+    /// Waits until no other program changes the file, and keeps them from it. `revision` is the last one that is known:
+    /// the folder of a file that was there is not made anew without it.
+    zelva_core_status lock(const Revision& revision);
     void unlock();
 
     /// Whether nobody, a person with an editor included, has changed the file since this revision. REQUIRES: the lock
@@ -100,19 +118,30 @@ class StoreFile {
     /// Removes what a program has left behind that died while it held the lock. REQUIRES: the lock is held.
     void clean_up();
 
+    bool has_been_moved(const Revision& revision) const;
+    bool has_other_names(const Stamp& stamp) const { return is_mounted_ || stamp.names > 1; }
+    zelva_core_status finish(int error);
+
     // These return 0 or the errno of what failed.
+    int look_at_path();
+    int open(const Stamp& stamp, int access, Descriptor& file);
     int open(const Stamp& stamp);
     int rebuild(const std::vector<Change>& changes, Layout& layout, Stamp& stamp, const Placed& placed);
     template <class Work>
     int write_in_place(zelva_core_durability durability, Layout& layout, Stamp& stamp, Work&& work);
+    template <class Work>
+    int write(const Descriptor& file, zelva_core_durability durability, Layout& layout, Stamp& stamp, Work&& work);
 
-    const std::string path_;
+    const std::string link_;
+    const std::string path_;  // to which it leads, of settings
     const std::unique_ptr<SharedState> shared_;
 
-    Descriptor file_;                  // open for writing
-    Stamp opened_;                     // tells which file that is
-    bool is_distrusted_ = false;       // a flush has failed since it was last written as a whole
-    std::size_t next_compaction_ = 0;  // after one that failed: not before there are so many dead bytes
+    Descriptor file_;                      // open for writing
+    Stamp opened_;                         // tells which file that is
+    bool is_distrusted_ = false;           // a flush has failed since it was last written as a whole
+    std::size_t next_compaction_ = 0;      // after one that failed: not before there are so many dead bytes
+    bool is_stale_ = false;                // another file was found in its place since the lock was taken
+    std::atomic<bool> is_mounted_{false};  // the file alone, not its folder
 };
 
 }  // namespace zelva::file

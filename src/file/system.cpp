@@ -20,6 +20,9 @@ int stat(const char* path, struct stat* attributes) {
 int fstat(int descriptor, struct stat* attributes) {
     return ::fstat(descriptor, attributes);
 }
+int statx(const char* path, int flags, unsigned mask, struct statx* attributes) {
+    return ::statx(AT_FDCWD, path, flags, mask, attributes);
+}
 ssize_t pread(int descriptor, void* buffer, std::size_t size, off_t offset) {
     return ::pread(descriptor, buffer, size, offset);
 }

@@ -16,6 +16,7 @@ int open(const char* path, int flags, mode_t mode = 0);
 int close(int descriptor);
 int stat(const char* path, struct stat* attributes);
 int fstat(int descriptor, struct stat* attributes);
+int statx(const char* path, int flags, unsigned mask, struct statx* attributes);
 ssize_t pread(int descriptor, void* buffer, std::size_t size, off_t offset);
 ssize_t pwrite(int descriptor, const void* buffer, std::size_t size, off_t offset);
 int ftruncate(int descriptor, off_t size);

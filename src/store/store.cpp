@@ -34,9 +34,7 @@ zelva_core_status Store::open(std::string_view name) {
         return ZELVA_CORE_STATUS_ALLOC_FAILED;
     }
     Contents contents{};
-    contents.file = kind_ == file::Kind::settings
-                        ? std::make_shared<file::StoreFile>(*path, file::shared_state_path(name))
-                        : std::make_shared<file::StoreFile>(*path);
+    contents.file = std::make_shared<file::StoreFile>(kind_, *path);
     if (const zelva_core_status status = *load(*contents.file, file::StoreFile::Access::waiting, contents)) {
         return status;
     }
@@ -85,6 +83,7 @@ zelva_core_status Store::read_again(ReadLock& lock) {
     }
     // Once is enough: a change that is finished meanwhile is at the same time as this read.
     const std::shared_ptr<file::StoreFile> file = contents_->file;
+    const file::Revision known = contents_->revision;
     constexpr int most_attempts = 50;
     for (int attempt = 0;; ++attempt) {
         lock.unlock();
@@ -92,6 +91,7 @@ zelva_core_status Store::read_again(ReadLock& lock) {
         // wait for. To ask again and again has no end with many programs that write.
         const bool may_wait = attempt == most_attempts;
         Contents fresh{};
+        fresh.revision = known;
         const std::optional<zelva_core_status> status =
             load(*file, may_wait ? file::StoreFile::Access::waiting : file::StoreFile::Access::at_once, fresh);
         if (!status) {
@@ -190,27 +190,54 @@ zelva_core_status SettingsStore::write(std::string_view key, Slot slot, Value va
     if (!can_be_written(key) || !value::is_storable(value)) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
-    return change([&] { return put(key, slot, std::move(value)); });
+    return change([&] { return put(key, slot, value); });
 }
 
 template <class Rules>
-zelva_core_status SettingsStore::change(Rules&& rules) {
+zelva_core_status SettingsStore::change(const Rules& rules) {
     const std::lock_guard writing(writing_);
     if (!contents_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;
     }
+    const zelva_core_status status = change_once(rules);
+    return contents_->file->is_stale() ? change_once(rules) : status;
+}
+
+template <class Rules>
+zelva_core_status SettingsStore::change_once(const Rules& rules) {
+    if (contents_->file->may_lead_elsewhere()) {
+        if (const zelva_core_status status = follow_links()) {
+            return status;
+        }
+    }
     file::StoreFile& file = *contents_->file;
-    lock_status_ = file.lock();
+    lock_status_ = file.lock(revision());
     if (lock_status_ != ZELVA_CORE_STATUS_NO_ERROR) {
         // Other programs go on changing the file, so readers may want to put other entries in the place of these.
         const std::lock_guard lock(memory_);
-        return std::forward<Rules>(rules)();
+        return rules();
     }
     const UnlockAtEnd unlock{file};
     if (const zelva_core_status status = update()) {
         return status;
     }
-    return std::forward<Rules>(rules)();
+    return rules();
+}
+
+zelva_core_status SettingsStore::follow_links() {
+    if (!contents_->file->leads_elsewhere()) {
+        return ZELVA_CORE_STATUS_NO_ERROR;
+    }
+    Contents fresh{};
+    fresh.revision = revision();
+    fresh.file = std::make_shared<file::StoreFile>(file::Kind::settings, contents_->file->path());
+    if (const zelva_core_status status = *load(*fresh.file, file::StoreFile::Access::waiting, fresh)) {
+        return status;
+    }
+    const std::lock_guard lock(memory_);
+    use(fresh);
+    std::swap(contents_->file, fresh.file);
+    return ZELVA_CORE_STATUS_NO_ERROR;
 }
 
 zelva_core_status SettingsStore::update() {
@@ -220,6 +247,7 @@ zelva_core_status SettingsStore::update() {
 
 zelva_core_status SettingsStore::reload(file::StoreFile::Access access) {
     Contents fresh{};
+    fresh.revision = revision();
     if (const zelva_core_status status = *load(*contents_->file, access, fresh)) {
         return status;
     }
@@ -230,16 +258,20 @@ zelva_core_status SettingsStore::reload(file::StoreFile::Access access) {
 
 zelva_core_status SettingsStore::reload() {
     const std::lock_guard writing(writing_);
-    return contents_ ? reload(file::StoreFile::Access::waiting) : ZELVA_CORE_STATUS_NOT_INITIALIZED;
+    if (!contents_) {
+        return ZELVA_CORE_STATUS_NOT_INITIALIZED;
+    }
+    const zelva_core_status status = follow_links();
+    return status == ZELVA_CORE_STATUS_NO_ERROR ? reload(file::StoreFile::Access::waiting) : status;
 }
 
-zelva_core_status SettingsStore::put(std::string_view key, Slot slot, Value value) {
+zelva_core_status SettingsStore::put(std::string_view key, Slot slot, const Value& value) {
     const Entries& entries = *contents_->entries;
     const Held* present = entries.find(key, Slot::value);
     std::vector<file::Change> changes;
     if (present == nullptr) {
         changes.push_back(change_of(key, Slot::default_value, value));
-        changes.push_back(change_of(key, Slot::value, std::move(value)));
+        changes.push_back(change_of(key, Slot::value, value));
         return commit(changes);
     }
     if (present->value.type() != type_of(value)) {
@@ -251,7 +283,7 @@ zelva_core_status SettingsStore::put(std::string_view key, Slot slot, Value valu
     if (present != nullptr && value::is_same(present->value, value)) {
         return confirm();
     }
-    changes.push_back(change_of(key, slot, std::move(value)));
+    changes.push_back(change_of(key, slot, value));
     return commit(changes);
 }
 
@@ -417,7 +449,7 @@ void SettingsStore::tidy() {
         const ReadLock lock(memory_);  // a reader may be reading the file again
         return contents_ && contents_->file->is_untidy(contents_->layout);
     };
-    if (!is_untidy() || contents_->file->lock() != ZELVA_CORE_STATUS_NO_ERROR) {
+    if (!is_untidy() || contents_->file->lock(revision()) != ZELVA_CORE_STATUS_NO_ERROR) {
         return;
     }
     const UnlockAtEnd unlock{*contents_->file};

@@ -173,9 +173,15 @@ class SettingsStore : public Store {
 
   private:
     /// Applies `rules`, which find what there is and commit changes, while no other thread and no other program changes
-    /// the store. They do not take memory_.
+    /// the store. They do not take memory_. Where the file turns out to be another one than they have judged, they
+    /// judge again, once.
     template <class Rules>
-    zelva_core_status change(Rules&& rules);
+    zelva_core_status change(const Rules& rules);
+    template <class Rules>
+    zelva_core_status change_once(const Rules& rules);
+
+    /// Goes over to the file to which the store's path leads by now. REQUIRES: writing_ is held.
+    zelva_core_status follow_links();
 
     /// Reads the file again if memory does not stand for what it holds. REQUIRES: writing_ and the file's lock are
     /// held.
@@ -185,7 +191,7 @@ class SettingsStore : public Store {
     zelva_core_status reload(file::StoreFile::Access access);
 
     /// Writes a value that has been judged. REQUIRES: within change().
-    zelva_core_status put(std::string_view key, Slot slot, Value value);
+    zelva_core_status put(std::string_view key, Slot slot, const Value& value);
 
     /// What is to become of an entry.
     file::Change change_of(std::string_view key, Slot slot, std::optional<Value> value) const;

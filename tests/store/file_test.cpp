@@ -419,6 +419,30 @@ BOOST_AUTO_TEST_CASE(who_may_only_read_a_store_may_announce_the_version_that_it_
     BOOST_REQUIRE_EQUAL(0, chmod(Folder::path().c_str(), 0700));
 }
 
+// A flush takes no right to write.
+BOOST_AUTO_TEST_CASE(who_may_take_the_lock_and_not_write_the_file_may_announce_the_version_that_it_has) {
+    const OpenStore store("k = I1\nVersion = I3\n");
+    if (geteuid() == 0) {
+        for (const std::string& path :
+             {store_path(), Folder::path(), Folder::path() + "/.zelva", shared_state_path()}) {
+            BOOST_REQUIRE_EQUAL(0, chown(path.c_str(), nobody, getegid()));
+        }
+    }
+    BOOST_REQUIRE_EQUAL(0, chmod(store_path().c_str(), 0444));
+    BOOST_CHECK(as_nobody([] {
+        OpenStore::restart();
+        unsigned version = 0;
+        return zelva_core_settings_get_and_set_version(&version, 4) == ZELVA_CORE_STATUS_IO_FAILED && version == 0 &&
+               zelva_core_settings_get_and_set_version(&version, 3) == ZELVA_CORE_STATUS_NO_ERROR && version == 3 &&
+               set("k", 1) == ZELVA_CORE_STATUS_NO_ERROR && set("k", 2) == ZELVA_CORE_STATUS_IO_FAILED;
+    }));
+    if (geteuid() == 0) {
+        for (const std::string& path : {Folder::path(), Folder::path() + "/.zelva"}) {
+            BOOST_REQUIRE_EQUAL(0, chown(path.c_str(), 0, getegid()));
+        }
+    }
+}
+
 // As a program leaves it that has been killed when it had just made the file.
 BOOST_AUTO_TEST_CASE(who_may_only_read_a_store_reads_it_without_a_counter) {
     const OpenStore store("k = I1\n");

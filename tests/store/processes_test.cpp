@@ -496,4 +496,242 @@ BOOST_AUTO_TEST_CASE(two_users_of_a_group_share_a_store_in_the_group_s_folder) {
     std::filesystem::remove(store_path());
 }
 
+namespace {
+
+int open_other(int) {
+    zelva_core_settings_deinit();
+    return zelva_core_settings_init("other");
+}
+
+/// Sets a key of its own to each number up to this one. Counts what fails, what cannot be read back, and when the key
+/// of the other program goes back.
+int count_up(const char* key, const char* key_of_other, int count) {
+    int failures = 0;
+    int last = -1;
+    for (int i = 1; i <= count; ++i) {
+        failures += zelva_core_settings_set_int_value(key, i) == ZELVA_CORE_STATUS_NO_ERROR ? 0 : 1;
+        failures += number_of(key) == i ? 0 : 1;
+        const int number = number_of(key_of_other);
+        failures += number >= last ? 0 : 1;
+        last = number;
+    }
+    return failures;
+}
+int count_up_a(int count) {
+    return count_up("a", "b", count);
+}
+int count_up_b(int count) {
+    return count_up("b", "a", count);
+}
+
+}  // namespace
+
+BOOST_AUTO_TEST_CASE(programs_that_come_to_one_file_over_links_share_its_lock_and_its_counter) {
+    namespace fs = std::filesystem;
+    const std::string elsewhere = Folder::path() + "/elsewhere";
+    fs::create_directory(elsewhere);
+    zelva_core_settings_deinit();
+    struct Case {
+        const char* link;  // of the store "test"; none where that is the file
+        const char* other;
+        std::string file;
+    };
+    for (const Case& names :
+         {Case{nullptr, "test", store_path()}, Case{"elsewhere/file", "elsewhere/file", elsewhere + "/file"},
+          Case{"elsewhere/link", "./test", elsewhere + "/file"}}) {
+        for (const bool exists : {true, false}) {
+            for (const std::string& left : {store_path(), store_path("other"), elsewhere + "/link", names.file}) {
+                fs::remove(left);
+            }
+            if (exists) {
+                write_file(names.file, "a = I0\nb = I0\nk = I0\n");
+            }
+            fs::create_symlink("file", elsewhere + "/link");
+            if (names.link != nullptr) {
+                fs::create_symlink(names.link, store_path());
+            }
+            fs::create_symlink(names.other, store_path("other"));
+            Program one;
+            Program another;
+            BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, another.run(open_other));
+            for (int i = 1; i < 10; ++i) {
+                BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, (i % 2 == 0 ? one : another).run(set_k, i));
+                BOOST_CHECK_EQUAL(i, (i % 2 == 0 ? another : one).run(get_k));
+            }
+            one.begin(count_up_a, 200);
+            another.begin(count_up_b, 200);
+            BOOST_CHECK_EQUAL(0, one.result());
+            BOOST_CHECK_EQUAL(0, another.result());
+            BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+            BOOST_CHECK_EQUAL(Value(200), value_of("a"));
+            BOOST_CHECK_EQUAL(Value(200), value_of("b"));
+            zelva_core_settings_deinit();
+        }
+    }
+    fs::remove(store_path());
+    fs::remove(store_path("other"));
+    fs::remove_all(elsewhere);
+}
+
+BOOST_AUTO_TEST_CASE(a_store_follows_a_link_that_leads_elsewhere_by_now) {
+    namespace fs = std::filesystem;
+    using Operation = zelva_core_status (*)();
+    const Operation set_new = [] { return set("new", 5); };
+    const Operation reload = [] { return zelva_core_settings_reload(); };
+    for (const Operation operation : {set_new, reload}) {
+        for (const bool is_link_before : {true, false}) {
+            zelva_core_settings_deinit();
+            const std::string old = is_link_before ? store_path("old") : store_path();
+            write_file(old, "k = I1\n");
+            write_file(store_path("other"), "k = I2\n");
+            if (is_link_before) {
+                fs::create_symlink("old", store_path());
+            }
+            BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 3));
+            fs::create_symlink("other", store_path("link"));
+            fs::rename(store_path("link"), store_path());
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, operation());
+            BOOST_CHECK_EQUAL(Value(2), value_of("k"));
+            Program other;
+            BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, other.run(open_other));
+            for (int i = 4; i < 8; ++i) {
+                BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, other.run(set_k, i));
+                BOOST_CHECK_EQUAL(Value(i), value_of("k"));
+                BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 10 * i));
+                BOOST_CHECK_EQUAL(10 * i, other.run(get_k));
+            }
+            if (is_link_before) {
+                BOOST_CHECK(read_file(old).find("k = I3\n") != std::string::npos);
+            }
+            zelva_core_settings_deinit();
+            BOOST_CHECK(fs::is_symlink(store_path()));
+            for (const char* name : {"test", "old", "other"}) {
+                fs::remove(store_path(name));
+            }
+        }
+    }
+}
+
+// What the link led to is still there: nothing is known of what is to come in its place.
+BOOST_AUTO_TEST_CASE(a_link_that_leads_nowhere_by_now_is_not_written_over) {
+    namespace fs = std::filesystem;
+    zelva_core_settings_deinit();
+    write_file(store_path("old"), "k = I1\n");
+    fs::create_symlink("old", store_path());
+    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+    fs::remove(store_path());
+    fs::create_symlink("test", store_path());
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 2));
+    BOOST_CHECK_EQUAL(Value(1), value_of("k"));
+    fs::remove(store_path());
+    fs::create_symlink(Folder::path() + "/nowhere/file", store_path());
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 2));
+    BOOST_CHECK_EQUAL(Value(1), value_of("k"));
+    BOOST_CHECK_EQUAL("k = I1\n", read_file(store_path("old")));
+    fs::remove(store_path());
+    fs::create_symlink("old", store_path());
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    zelva_core_settings_deinit();
+    BOOST_CHECK(read_file(store_path("old")).find("k = I2\n") != std::string::npos);
+    fs::remove(store_path());
+    fs::remove(store_path("old"));
+}
+
+BOOST_AUTO_TEST_CASE(a_file_with_two_names_is_read_and_not_written_until_it_has_one) {
+    namespace fs = std::filesystem;
+    std::string wasteful = "k = I1\nVersion = I3\n";
+    for (int i = 0; i < 100; ++i) {
+        wasteful += "=ld = S" + std::string(60, 'x') + "\n";
+    }
+    for (const std::string& text : {"k = I1\nVersion = I3\n"s, "k = I1\nVersion = I3"s, wasteful}) {
+        for (const bool is_open_before : {true, false}) {
+            zelva_core_settings_deinit();
+            write_file(store_path(), text);
+            if (!is_open_before) {
+                fs::create_hard_link(store_path(), store_path("other"));
+            }
+            BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+            if (is_open_before) {
+                BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_sync());  // which opens the file
+                fs::create_hard_link(store_path(), store_path("other"));
+            }
+            const auto check_refusals = [](Value k) {
+                unsigned version = 0;
+                BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 2));
+                BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("new", 2));
+                BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set_default("k", 2));
+                BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_settings_delete_key("k"));
+                BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_settings_copy_int_key("k", "new"));
+                BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_settings_sync());
+                BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_settings_get_and_set_version(&version, 4));
+                BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_and_set_version(&version, 3));
+                BOOST_CHECK_EQUAL(k, value_of("k"));
+            };
+            check_refusals(1);
+            Program other;
+            BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, other.run(open_other));
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, other.run(set_k, 3));
+            BOOST_CHECK_EQUAL(1, other.run(get_k));
+            BOOST_CHECK_EQUAL(text, read_file(store_path()));
+            // A person writes it, whose other name nothing counts.
+            std::ofstream(store_path("other"), std::ios::app) << "\nk = I7\n";
+            BOOST_CHECK_EQUAL(Value(7), value_of("k"));
+            BOOST_CHECK_EQUAL(7, other.run(get_k));
+            check_refusals(7);
+            OpenStore::restart();
+            BOOST_CHECK_EQUAL(text + "\nk = I7\n", read_file(store_path()));
+            fs::remove(store_path("other"));
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 8));
+            BOOST_CHECK_EQUAL(0, set_elsewhere("k", 9));
+            BOOST_CHECK_EQUAL(Value(9), value_of("k"));
+        }
+    }
+    zelva_core_settings_deinit();
+    fs::remove(store_path());
+}
+
+BOOST_AUTO_TEST_CASE(a_store_whose_folder_has_been_moved_keeps_what_it_holds_until_it_is_back) {
+    namespace fs = std::filesystem;
+    const std::string moved = Folder::path() + ".moved";
+    using Operation = zelva_core_status (*)();
+    const Operation operations[] = {[] { return set("k", 2); }, [] { return set("new", 2); },
+                                    [] { return zelva_core_settings_delete_key("k"); },
+                                    [] { return zelva_core_settings_reload(); }};
+    for (const std::string& text : {"k = I1\nl = Sx\n"s, "k = I1\nl = Sx"s}) {
+        for (const bool is_written : {true, false}) {
+            for (const Operation operation : operations) {
+                const OpenStore store(text);
+                Program other;
+                const int first = is_written ? 5 : 1;
+                if (is_written) {
+                    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", first));
+                }
+                const State before = state_of_store();
+                BOOST_CHECK_EQUAL(first, other.run(get_k));
+                const std::string file = read_file(store_path());
+                fs::rename(Folder::path(), moved);
+                for (int i = 0; i < 2; ++i) {
+                    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, operation());
+                    BOOST_CHECK_EQUAL(Value(first), value_of("k"));
+                    BOOST_CHECK(keys() == (Strings{"k", "l"}));
+                    BOOST_CHECK(zelva_core_settings_does_key_exist("l"));
+                    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, other.run(set_k, 7));
+                    BOOST_CHECK_EQUAL(first, other.run(get_k));
+                }
+                BOOST_CHECK(!fs::exists(Folder::path()));
+                BOOST_CHECK_EQUAL(file, read_file(moved + "/test"));
+                fs::rename(moved, Folder::path());
+                BOOST_CHECK(before == state_of_store());
+                BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, operation());
+                BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 8));
+                BOOST_CHECK_EQUAL(8, other.run(get_k));
+                BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, other.run(set_k, 9));
+                BOOST_CHECK_EQUAL(Value(9), value_of("k"));
+                BOOST_CHECK_EQUAL(Value("x"s), value_of("l"));
+            }
+        }
+    }
+}
+
 BOOST_AUTO_TEST_SUITE_END()

@@ -273,6 +273,7 @@ int describe(Disk::Number number, struct stat* attributes) {
     *attributes = {};
     attributes->st_dev = 1;
     attributes->st_ino = number;
+    attributes->st_nlink = 1;
     attributes->st_mode = S_IFREG | file.mode;
     attributes->st_size = static_cast<off_t>(file.text.size());
     attributes->st_mtim.tv_nsec = static_cast<long>(file.modified);
@@ -331,6 +332,10 @@ int stat(const char* path, struct stat* attributes) {
 }
 int fstat(int descriptor, struct stat* attributes) {
     return describe(opened.at(descriptor).file, attributes);
+}
+int statx(const char* path, int, unsigned, struct statx* attributes) {
+    *attributes = {};
+    return find(Path(path)) == nullptr ? fail(ENOENT) : 0;
 }
 ssize_t pread(int descriptor, void* buffer, std::size_t size, off_t offset) {
     const std::string& text = disk.files.at(opened.at(descriptor).file).text;

@@ -59,6 +59,9 @@ int stat(const char* path, struct stat* attributes) {
 int fstat(int descriptor, struct stat* attributes) {
     return call("fstat", [&] { return ::fstat(descriptor, attributes); });
 }
+int statx(const char* path, int flags, unsigned mask, struct statx* attributes) {
+    return call("statx", [&] { return ::statx(AT_FDCWD, path, flags, mask, attributes); });
+}
 ssize_t pread(int descriptor, void* buffer, std::size_t size, off_t offset) {
     return call("pread", size, ssize_t{-1},
                 [&](std::size_t most) { return ::pread(descriptor, buffer, most, offset); });
