@@ -31,9 +31,10 @@
  *
  * Files. The store of the name N is the file N in the settings folder: the folder that the environment variable
  * ZELVA_CORE_SETTINGS_DIR names; without it /var/lib/zelva/settings for root, and for anyone else zelva/settings in
- * $XDG_CONFIG_HOME, or in ~/.config, or, for a user without a home, root's folder. Set-user-ID programs do not look at
- * the environment. The folder is chosen once in the life of a process, and created when the first settings store is
- * opened. A write that succeeds is in the file, and on the disk, before the function returns; it costs one flush
+ * $XDG_CONFIG_HOME, or in ~/.config, or, for a user without a home, root's folder. The home is $HOME, or that of the
+ * user database where $HOME is no existing folder; a home that does not exist, as that of a daemon's user often does
+ * not, is none. Set-user-ID programs do not look at the environment. The folder is chosen once in the life of a
+ * process, and created when the first settings store is opened. A write that succeeds is in the file, and on the disk, before the function returns; it costs one flush
  * (zelva_core_settings_set_durability). The file is changed a line at a time: a new line is written at its end, and the
  * old one gets '=' as its first byte, which makes it a line that every reader passes over. Files of 2 GiB are refused.
  *

@@ -96,6 +96,9 @@ int unlink(const char* path) {
 ssize_t readlink(const char* path, char* target, std::size_t size) {
     return call("readlink", 0, ssize_t{-1}, [&](std::size_t) { return ::readlink(path, target, size); });
 }
+int access(const char* path, int mode) {
+    return call("access", [&] { return faccessat(AT_FDCWD, path, mode, AT_EACCESS); });
+}
 int lock(int descriptor, short type, bool wait) {
     struct flock lock {};
     lock.l_type = type;
