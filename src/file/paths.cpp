@@ -174,7 +174,7 @@ const std::string& settings_directory() {
 zelva_core_status check_settings_directory() {
     const std::string& directory = settings_directory();
     int error = check_folder(directory, X_OK);
-    for (std::size_t end = directory.size(); error == ENOENT && end > 0;) {
+    for (std::size_t end = directory.size(); error == ENOENT;) {  // the root folder exists
         end = directory.rfind('/', end - 1);
         error = check_folder(directory.substr(0, std::max<std::size_t>(end, 1)), W_OK);
     }
