@@ -63,11 +63,16 @@ typedef enum zelva_core_settings_type {
 } zelva_core_settings_type;
 
 /**
- * Starts the library: finds the settings folder (settings.h). The stores can be opened without it, but a program that
- * calls it learns of a problem with the environment here. May be called again while the library is started.
+ * Starts the library: finds the settings folder (settings.h), and looks whether it is there or can be made. It makes
+ * none; the first settings store that is opened does. The stores can be opened without this call, and also after it has
+ * failed, but a program that makes it learns here of an environment in which no write can succeed. May be called again
+ * while the library is started.
  *
- * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_IO_FAILED when the system does not say where the folder is, for
- *     want of a home or a working directory; ZELVA_CORE_STATUS_ALLOC_FAILED when there is no memory.
+ * @return ZELVA_CORE_STATUS_NO_ERROR, also when the folder exists and may only be read, as programs that only read need
+ *     no more; ZELVA_CORE_STATUS_IO_FAILED when the system does not say where the folder is, for want of a working
+ *     directory or of the user database, when what stands in its place is no folder or one that the program may not
+ *     look into, and when there is none and the program may not make one in the nearest folder above that exists;
+ *     ZELVA_CORE_STATUS_ALLOC_FAILED when there is no memory.
  */
 ZELVA_CORE_API zelva_core_status zelva_core_init(void);
 

@@ -11,8 +11,9 @@
  * Types. A key keeps its type for as long as it exists. It gets another one by being deleted and written anew.
  *
  * Defaults. A key may have a default beside its value, of the same type. The first write of a key, whether it sets
- * the value or the default, gives it both. From then on the two are written separately. Deleting a key deletes its
- * default too.
+ * the value or the default, gives it both. From then on the two are written separately: a default that a later release
+ * sets does not change the value that the first one has become. A get never hands out the default for the value.
+ * Deleting a key deletes its default too.
  *
  * Statuses. Every function decides in this order: NULL arguments, "DEFAULT_" names and unacceptable names and
  * values (ZELVA_CORE_STATUS_INVALID_PARAMS), a store that is not open (ZELVA_CORE_STATUS_NOT_INITIALIZED), an absent
@@ -31,11 +32,13 @@
  *
  * Files. The store of the name N is the file N in the settings folder: the folder that the environment variable
  * ZELVA_CORE_SETTINGS_DIR names; without it /var/lib/zelva/settings for root, and for anyone else zelva/settings in
- * $XDG_CONFIG_HOME, or in ~/.config, or, for a user without a home, root's folder. Set-user-ID programs do not look at
- * the environment. The folder is chosen once in the life of a process, and created when the first settings store is
- * opened. A write that succeeds is in the file, and on the disk, before the function returns; it costs one flush
- * (zelva_core_settings_set_durability). The file is changed a line at a time: a new line is written at its end, and the
- * old one gets '=' as its first byte, which makes it a line that every reader passes over. Files of 2 GiB are refused.
+ * $XDG_CONFIG_HOME, or in ~/.config, or, for a user without a home, root's folder. The home is $HOME, or that of the
+ * user database where $HOME is no existing folder; a home that does not exist, as those of daemons' users often do not,
+ * is none. Set-user-ID programs do not look at the environment. The folder is chosen once in the life of a process, and
+ * created when the first settings store is opened. A write that succeeds is in the file, and on the disk, before the
+ * function returns; it costs one flush (zelva_core_settings_set_durability). The file is changed a line at a time: a
+ * new line is written at its end, and the old one gets '=' as its first byte, which makes it a line that every reader
+ * passes over. Files of 2 GiB are refused.
  *
  * Programs. Several may have the same store open. What one has written, the next get of another sees; what a person
  * has changed in the file, the next write finds, and zelva_core_settings_reload reads. When the file that has changed
@@ -58,9 +61,9 @@ extern "C" {
  * @param name one path component of 1 to 200 bytes: no '/', no line feed, not beginning with '.'. Names that begin
  *     with "CONFIG_" are those of configuration files and are refused.
  * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_INVALID_PARAMS for NULL or a refused name;
- *     ZELVA_CORE_STATUS_ALLOC_FAILED when a settings store is open already (it stays open, whatever the name) or
- *     there is no memory; ZELVA_CORE_STATUS_IO_FAILED when there is a file and it cannot be read, or there is
- *     something else in its place.
+ *     ZELVA_CORE_STATUS_ALLOC_FAILED when a settings store is open already, be it this one or one of another name
+ *     (that store stays open), or there is no memory; ZELVA_CORE_STATUS_IO_FAILED when there is a file and it cannot be
+ *     read, or there is something else in its place.
  */
 ZELVA_CORE_API zelva_core_status zelva_core_settings_init(const char* name);
 
@@ -163,9 +166,11 @@ ZELVA_CORE_API zelva_core_status zelva_core_settings_get_default_arrayofdouble_v
  * @name Set
  *
  * Gives `key` a value. A key that is absent is created, with the same value as its default. The default of a key
- * that exists stays as it is. Arrays are value arrays (core.h), as long as their first NULL says; an empty one is a
- * value like any other. What the store cannot read back unchanged it refuses: a string with a line feed, a text that
- * is not JSON, a number that is not finite, an array string with a line feed or with a space or tab at either end.
+ * that exists stays as it is. A value that the key has already is not written again, unless a person has written its
+ * line in another form than the store does; with full durability it is flushed if it may not be on the disk yet. Arrays
+ * are value arrays (core.h), as long as their first NULL says; an empty one is a value like any other. What the store
+ * cannot read back unchanged it refuses: a string with a line feed, a text that is not JSON, a number that is not
+ * finite, an array string with a line feed or with a space or tab at either end.
  *
  * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_INVALID_PARAMS when `key` or `value` is NULL, the name is
  *     not one of a key, or the value is refused, whatever the store holds; ZELVA_CORE_STATUS_NOT_INITIALIZED;
@@ -271,8 +276,15 @@ ZELVA_CORE_API char** zelva_core_settings_get_keys_starting_with(const char* pre
 
 /**
  * Announces the version of the settings that this program expects, and tells which version they were last brought
- * to, so that the program can migrate them. The version is kept as the int key "Version", without a default. Announcing
- * one only ever raises it; as a key like any other it can be set and deleted.
+ * to. The version is kept as the int key "Version", without a default. Announcing one only ever raises it; as a key
+ * like any other it can be set and deleted.
+ *
+ * A version that is announced is stored before this returns. So a program that has settings to migrate calls this last:
+ * if it announced first and were killed half way, old settings would stay under the new version for good. First it
+ * reads "Version" with zelva_core_settings_get_int_value; where that key is absent, the settings are from before there
+ * were versions, or there are none. Then it migrates in steps that can be repeated, since one that is killed begins
+ * anew. With relaxed durability it calls zelva_core_settings_sync before this: a loss of power could otherwise leave
+ * the version and take back a step. examples/migrate.c is such a program.
  *
  * @param oldVersion receives the version that the settings had: that of the file; 0 for settings from before there
  *     were versions; `newVersion` when there are no settings at all, and so nothing to migrate.

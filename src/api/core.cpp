@@ -99,10 +99,9 @@ using namespace zelva;
 
 zelva_core_status zelva_core_init(void) {
     return api::guarded([] {
-        file::settings_directory();
         api::settings();
         api::configuration();
-        return ZELVA_CORE_STATUS_NO_ERROR;
+        return file::check_settings_directory();
     });
 }
 

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <system_error>
@@ -53,6 +54,14 @@ bool is_absolute(const std::string& path) {
     return value::begins_with(path, "/");
 }
 
+/// Whether a home can hold settings. The user database gives users of the system homes that do not exist. One that
+/// cannot be looked at is a home: settings that are there now would be missed if others took their place.
+bool is_home(const std::string& path) {
+    struct stat attributes {};
+    return is_absolute(path) && (system::stat(path.c_str(), &attributes) == 0 ? S_ISDIR(attributes.st_mode)
+                                                                              : errno != ENOENT && errno != ENOTDIR);
+}
+
 std::string chosen_directory() {
     std::string chosen = environment("ZELVA_CORE_SETTINGS_DIR");
     if (!chosen.empty()) {
@@ -67,10 +76,10 @@ std::string chosen_directory() {
         return config + user_directory;
     }
     std::string home = environment("HOME");
-    if (!is_absolute(home)) {
+    if (!is_home(home)) {
         home = home_of_user();
     }
-    if (!is_absolute(home)) {
+    if (!is_home(home)) {
         return system_directory;
     }
     return home + "/.config" + user_directory;
@@ -92,6 +101,18 @@ std::string absolute_directory() {
 bool exists(const std::string& path) {
     struct stat attributes {};
     return system::stat(path.c_str(), &attributes) == 0;
+}
+
+/// Whether there is a folder and this process may use it so (access()). 0, or the errno of what failed; ENOENT where
+/// one could be made.
+int check_folder(const std::string& path, int mode) {
+    struct stat attributes {};
+    if (system::stat(path.c_str(), &attributes) == 0) {
+        return !S_ISDIR(attributes.st_mode) ? ENOTDIR : system::access(path.c_str(), mode) == 0 ? 0 : errno;
+    }
+    const int error = errno;
+    char target = 0;  // of a link, in whose place none can be made
+    return system::readlink(path.c_str(), &target, sizeof target) < 0 ? error : ENOTDIR;
 }
 
 std::string parent_of(const std::string& path) {
@@ -147,6 +168,16 @@ const std::string& settings_directory() {
     // Never destroyed: the stores may be used until the process ends.
     static const std::string& directory = *new std::string(absolute_directory());
     return directory;
+}
+
+zelva_core_status check_settings_directory() {
+    const std::string& directory = settings_directory();
+    int error = check_folder(directory, X_OK);
+    for (std::size_t end = directory.size(); error == ENOENT;) {  // the root folder exists
+        end = directory.rfind('/', end - 1);
+        error = check_folder(directory.substr(0, std::max<std::size_t>(end, 1)), W_OK);
+    }
+    return status_of(error);
 }
 
 zelva_core_status create_settings_directory() {

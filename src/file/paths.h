@@ -21,6 +21,10 @@ std::string shared_state_path(const std::string& path);
 /// Throws std::system_error when the system does not say where the user's home or the working directory is.
 const std::string& settings_directory();
 
+/// Whether there is a settings folder that the program may look into, or can be one: else no write can succeed. Makes
+/// none. A folder that may only be read is one.
+zelva_core_status check_settings_directory();
+
 /// Makes sure that the settings folder exists, and in it the folder for shared state.
 zelva_core_status create_settings_directory();
 

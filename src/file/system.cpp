@@ -87,6 +87,9 @@ int unlink(const char* path) {
 ssize_t readlink(const char* path, char* target, std::size_t size) {
     return ::readlink(path, target, size);
 }
+int access(const char* path, int mode) {
+    return faccessat(AT_FDCWD, path, mode, AT_EACCESS);
+}
 int lock(int descriptor, off_t byte, short type, bool wait) {
     struct flock lock = lock_of(byte, type);
     return fcntl(descriptor, wait ? F_OFD_SETLKW : F_OFD_SETLK, &lock);

@@ -36,6 +36,9 @@ int renameat2(const char* from, const char* to, unsigned flags);
 int unlink(const char* path);
 ssize_t readlink(const char* path, char* target, std::size_t size);
 
+/// faccessat with AT_EACCESS: what the process may do now, as its file calls see it.
+int access(const char* path, int mode);
+
 /// fcntl for one byte, with F_OFD_SETLKW, or F_OFD_SETLK when it is not to wait. `type` is F_RDLCK, F_WRLCK or F_UNLCK.
 int lock(int descriptor, off_t byte, short type, bool wait);
 

@@ -144,6 +144,9 @@ int unlink(const char* path) {
 ssize_t readlink(const char* path, char* target, std::size_t size) {
     return call("readlink", 0, ssize_t{-1}, [&](std::size_t) { return ::readlink(path, target, size); });
 }
+int access(const char* path, int mode) {
+    return call("access", [&] { return faccessat(AT_FDCWD, path, mode, AT_EACCESS); });
+}
 int lock(int descriptor, off_t byte, short type, bool wait) {
     struct flock lock = watched::lock_of(byte, type);
     return call("lock", [&] { return fcntl(descriptor, wait ? F_OFD_SETLKW : F_OFD_SETLK, &lock); });
