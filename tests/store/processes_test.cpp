@@ -476,11 +476,7 @@ BOOST_AUTO_TEST_CASE(a_write_finds_an_edit_that_changes_little_about_the_file) {
 }
 
 // A user who may read the settings and not write them; with and without a counter that may be read.
-BOOST_AUTO_TEST_CASE(a_user_who_may_only_read_sees_what_others_write) {
-    if (!is_root()) {
-        BOOST_TEST_MESSAGE("SKIPPED: takes root");
-        return;
-    }
+BOOST_AUTO_TEST_CASE(a_user_who_may_only_read_sees_what_others_write, *boost::unit_test::precondition(is_root)) {
     const OpenStore store("k = I1\n");
     for (const mode_t mode : {0755U, 0700U}) {
         BOOST_REQUIRE_EQUAL(0, chmod(Folder::path().c_str(), 0755));
@@ -505,11 +501,8 @@ BOOST_AUTO_TEST_CASE(a_user_who_may_only_read_sees_what_others_write) {
     std::filesystem::permissions(Folder::path() + "/.zelva", std::filesystem::perms::owner_all);
 }
 
-BOOST_AUTO_TEST_CASE(two_users_of_a_group_share_a_store_in_the_group_s_folder) {
-    if (!is_root()) {
-        BOOST_TEST_MESSAGE("SKIPPED: takes root");
-        return;
-    }
+BOOST_AUTO_TEST_CASE(two_users_of_a_group_share_a_store_in_the_group_s_folder,
+                     *boost::unit_test::precondition(is_root)) {
     constexpr uid_t users[] = {65001, 65002};
     constexpr gid_t group = 65003;
     zelva_core_settings_deinit();

@@ -173,10 +173,6 @@ void Program::kill() {
     ::kill(process_, SIGKILL);
 }
 
-bool is_root() {
-    return geteuid() == 0;
-}
-
 void become(uid_t user, gid_t group) {
     if (setgroups(0, nullptr) != 0 || setresgid(group, group, group) != 0 || setresuid(user, user, user) != 0) {
         _exit(98);

@@ -68,8 +68,5 @@ class Program {
     pid_t process_ = -1;
 };
 
-/// Whether a test may take the part of several users.
-bool is_root();
-
 /// Becomes a user of this number, with a group of this number, for good.
 void become(uid_t user, gid_t group);

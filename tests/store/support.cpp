@@ -2,6 +2,7 @@
 
 #include <stdlib.h>
 #include <sys/xattr.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -9,6 +10,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <iterator>
 #include <sstream>
 #include <stdexcept>
@@ -142,6 +144,15 @@ const TypeFunctions& functions_of(const std::string& key) {
     return types()[type];
 }
 
+/// A log tells of tests that were left out only where each test is told of.
+bool needs(bool is_met, const char* otherwise, boost::unit_test::test_unit_id test) {
+    if (!is_met) {
+        std::cout << "SKIPPED: " << boost::unit_test::framework::get(test, boost::unit_test::TUT_ANY).full_name()
+                  << ": " << otherwise << std::endl;
+    }
+    return is_met;
+}
+
 }  // namespace
 
 Folder::Folder() {
@@ -195,11 +206,14 @@ bool is_campaign() {
     return getenv("ZELVA_CORE_CAMPAIGN") != nullptr;
 }
 
-boost::test_tools::assertion_result has_comma_locale(boost::unit_test::test_unit_id) {
-    boost::test_tools::assertion_result result = std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr;
+boost::test_tools::assertion_result is_root(boost::unit_test::test_unit_id test) {
+    return needs(geteuid() == 0, "takes root", test);
+}
+
+boost::test_tools::assertion_result has_comma_locale(boost::unit_test::test_unit_id test) {
+    const bool is_there = std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr;
     std::setlocale(LC_ALL, "C");
-    result.message() << "the locale de_DE.UTF-8 is not there";
-    return result;
+    return needs(is_there, "the locale de_DE.UTF-8 is not there", test);
 }
 
 boost::test_tools::assertion_result has_attributes(boost::unit_test::test_unit_id) {

@@ -46,7 +46,12 @@ std::string read_file(const std::string& path);
 /// Whether this is a release run (scripts/campaign): the same checks at a larger size.
 bool is_campaign();
 
-/// Whether there is a locale with a decimal comma; the build makes one where the system can. A precondition of tests.
+// Preconditions of tests. Each says which test it leaves out, and why.
+
+/// Whether root runs the test.
+boost::test_tools::assertion_result is_root(boost::unit_test::test_unit_id);
+
+/// Whether there is a locale with a decimal comma; the build makes one where the system can.
 boost::test_tools::assertion_result has_comma_locale(boost::unit_test::test_unit_id);
 
 /// Whether files of the settings folder can have extended attributes and access lists. A precondition of tests.
