@@ -1,6 +1,7 @@
 #include "file/layout.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 #include "value/text.h"
 
@@ -146,6 +147,21 @@ std::vector<Kept> lines_to_keep(std::string_view text, std::size_t arranged_end,
     return lines;
 }
 
+/// Leaves only the last line of each name.
+void drop_replaced(std::vector<Kept>& lines, Homes& homes, std::size_t arranged_end) {
+    std::unordered_set<std::string_view> names;
+    for (std::size_t i = lines.size(); i-- > 0;) {
+        Kept& line = lines[i];
+        if (!line.name.empty() && !names.insert(line.name).second) {
+            if (arranged_end == 0 || line.offset < arranged_end) {
+                homes.emplace_back(line.name.substr(1), i);
+            }
+            line.shown = Kept::nothing;
+            line.name = {};
+        }
+    }
+}
+
 /// Takes the entries that have been written behind `arranged_end` back to where their withdrawn lines stand.
 void arrange(std::vector<Kept>& lines, Homes& homes, std::size_t arranged_end) {
     std::sort(homes.begin(), homes.end());
@@ -171,6 +187,7 @@ void arrange(std::vector<Kept>& lines, Homes& homes, std::size_t arranged_end) {
 Compacted compacted(std::string_view text, std::size_t arranged_end, const std::vector<Change>& changes) {
     Homes homes;
     std::vector<Kept> lines = lines_to_keep(text, arranged_end, homes);
+    drop_replaced(lines, homes, arranged_end);
     arrange(lines, homes, arranged_end);
 
     Compacted result;

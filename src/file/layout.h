@@ -96,8 +96,6 @@ struct Compacted {
 /// Nothing dead is left but a person's blank lines, of each run two at the most. A changed entry keeps its place. An
 /// entry behind `arranged_end` (that of the text's layout) goes back to where its withdrawn line stands, if that can be
 /// told: all but the first byte of its name is left there. A new entry goes to the end, in the order given.
-///
-/// REQUIRES: of a key's lines all but the last are withdrawn.
 [[gnu::cold]] Compacted compacted(std::string_view text, std::size_t arranged_end, const std::vector<Change>& changes);
 
 /// The lines of entries, as they are written.

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -180,7 +181,11 @@ int SharedState::lock(bool wait) {
             return error;
         }
         if (!is_replaced) {
-            return 0;
+            const int error = read_counter(held_counter_);
+            if (error != 0) {
+                unlock();
+            }
+            return error;
         }
         // Somebody has removed the file, or put another one in its place: its lock keeps nobody out who comes later.
         file_.close();
@@ -197,14 +202,27 @@ bool SharedState::is_alone() const {
     return system::find_lock(file_.number(), lock_of_presence, type) == 0 && type == F_UNLCK;
 }
 
+int SharedState::read_counter(std::uint64_t& counter) const {
+    std::array<char, sizeof counter> bytes{};
+    const int error = read_at(file_, 0, bytes.data(), bytes.size());
+    std::memcpy(&counter, bytes.data(), bytes.size());
+    return error == ESTALE ? 0 : error;  // cut off, it begins anew
+}
+
 int SharedState::count() {
-    const std::uint64_t next = counter() + 1;
+    const std::uint64_t next = held_counter_ + 1;
     const std::string_view bytes(reinterpret_cast<const char*>(&next), sizeof next);
     std::atomic_thread_fence(std::memory_order_seq_cst);  // after all of a change that it ends
     std::size_t written = 0;
-    const int error = write_at(file_, 0, bytes, written);
+    int error = write_at(file_, 0, bytes, written);
     std::atomic_thread_fence(std::memory_order_seq_cst);  // before anything of a change that it begins
-    return counter() == next ? 0 : error;                 // what others see is what holds
+    if (error != 0) {
+        // What others see is what holds.
+        std::uint64_t counter = 0;
+        error = read_counter(counter) == 0 && counter == next ? 0 : error;
+    }
+    held_counter_ = error == 0 ? next : held_counter_;
+    return error;
 }
 
 void SharedState::forget_lock() {

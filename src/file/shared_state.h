@@ -38,6 +38,9 @@ class SharedState {
         return page_.load(std::memory_order_acquire)->changes.load(std::memory_order_acquire);
     }
 
+    /// The counter, to who holds the lock: read then, and not from mapped memory. REQUIRES: the lock is held.
+    std::uint64_t held_counter() const { return held_counter_; }
+
     /// Takes the lock, which the system frees if the program dies: waits for it, or gives EAGAIN. 0, or the errno of
     /// what failed; ESTALE where the folder that the file is in has been moved away.
     int lock(bool wait = true);
@@ -80,6 +83,7 @@ class SharedState {
     // These return 0 or the errno of what failed.
     int map(const Descriptor& file);
     int find_out_whether_replaced(bool& is_replaced) const;
+    int read_counter(std::uint64_t& counter) const;
     int count();
 
     const std::string path_;
@@ -89,6 +93,7 @@ class SharedState {
     bool is_writable_ = false;
     dev_t device_ = 0;  // of the open file
     ino_t inode_ = 0;
+    std::uint64_t held_counter_ = 0;
     std::atomic<const Page*> page_{nullptr};
     /// All that was ever mapped: another thread may still be reading the counter of a file that has been replaced.
     std::vector<void*> pages_;

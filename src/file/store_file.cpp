@@ -130,7 +130,7 @@ int StoreFile::look_at_path() {
 }
 
 int StoreFile::clean_up() {
-    if (shared_->counter() % 2 != 0) {
+    if (shared_->held_counter() % 2 != 0) {
         if (const int error = shared_->end_change()) {
             return error;
         }
@@ -145,7 +145,7 @@ std::optional<zelva_core_status> StoreFile::load(Access access, std::string& tex
     Contents contents;
     int error = 0;
     if (!shared_ || access == Access::locked) {
-        counter = shared_ ? shared_->counter() : 0;
+        counter = shared_ ? shared_->held_counter() : 0;
         error = read_file(path_, O_RDONLY, contents);
     } else if (!shared_->has_counter()) {
         error = read_file_at_rest(path_, contents);
@@ -208,7 +208,7 @@ zelva_core_status StoreFile::lock(const Revision& revision) {
         return status_of(error);
     }
     try {
-        if (shared_->counter() % 2 != 0) {
+        if (shared_->held_counter() % 2 != 0) {
             error = clean_up();
         }
     } catch (...) {
@@ -226,7 +226,7 @@ void StoreFile::unlock() {
 }
 
 bool StoreFile::is_unchanged(const Revision& revision) const {
-    return shared_->counter() == revision.counter && is_stamp_of(path_, revision.stamp);
+    return shared_->held_counter() == revision.counter && is_stamp_of(path_, revision.stamp);
 }
 
 zelva_core_status StoreFile::begin_change() {
@@ -236,7 +236,7 @@ zelva_core_status StoreFile::begin_change() {
 zelva_core_status StoreFile::end_change(Revision& revision) {
     const int error = shared_->end_change();
     if (error == 0) {
-        revision.counter = shared_->counter();
+        revision.counter = shared_->held_counter();
     } else {
         revision.stamp = unknown_stamp;
     }

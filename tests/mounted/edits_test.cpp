@@ -101,11 +101,16 @@ std::string with_another_value(const std::string& text, std::mt19937& random) {
     return joined(lines);
 }
 
-/// Of any key, or default, of which there may be more than one line.
+/// Of any key, or default. Where it is the last of several lines, only old ones are left under the name, and whether
+/// those count is left open.
 std::string with_another_name(const std::string& text, std::mt19937& random) {
     Strings lines = lines_of(text);
-    std::string& line = lines[some_line(lines, random)];
-    line[0] = line[0] == '=' ? '=' : 't';
+    const std::size_t number = some_line(lines, random);
+    std::string& line = lines[number];
+    const std::string name = "\n" + line.substr(0, line.find(" = ")) + " = ";
+    const std::size_t first = ("\n" + text).find(name);
+    const bool is_only = first == ("\n" + text).rfind(name);
+    line[0] = line[0] == '=' || !is_only ? line[0] : 't';
     return joined(lines);
 }
 
