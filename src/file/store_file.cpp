@@ -251,7 +251,7 @@ zelva_core_status StoreFile::apply(const std::vector<Change>& changes, zelva_cor
     const bool is_wasteful = layout.is_wasteful() && layout.dead >= next_compaction_;
     if (must_rebuild || is_wasteful) {
         const int error = rebuild(changes, Purpose::change, layout, stamp, placed);
-        if (error == 0 || must_rebuild) {
+        if (error == 0 || error == ESTALE || must_rebuild) {
             return finish(error);
         }
         // Where the folder cannot be written or has no room, or the new file cannot be given what the old one has

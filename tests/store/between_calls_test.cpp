@@ -150,7 +150,8 @@ BOOST_AUTO_TEST_CASE(a_key_is_not_deleted_from_a_file_that_a_person_has_just_cut
     BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
     {
         const Interference interference("pread", [] { fs::resize_file(store_path(), 0); });
-        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, zelva_core_settings_delete_key("k"));
+        // It is read again, and the key is gone already.
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_SETTING_NOT_PRESENT, zelva_core_settings_delete_key("k"));
     }
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("l", 1));
     BOOST_CHECK(keys() == Strings{"l"});
@@ -393,9 +394,11 @@ BOOST_AUTO_TEST_CASE(a_file_that_was_replaced_for_good_is_found_by_the_next_writ
     BOOST_CHECK_EQUAL(Value(3), value_of("l"));
 }
 
-BOOST_AUTO_TEST_CASE(a_close_leaves_many_replaced_lines_to_whoever_opens_the_store_next) {
+BOOST_AUTO_TEST_CASE(a_close_leaves_many_replaced_lines_to_other_programs_that_have_the_store_open) {
     constexpr int sets = 1500;
     const OpenStore store("#" + std::string(40'000, '.') + "\nk = I0\n");
+    Program other;
+    BOOST_REQUIRE_EQUAL(0, other.run([](int value) { return static_cast<int>(set("k", value)); }, 1));
     zelva_core_settings_set_durability(ZELVA_CORE_DURABILITY_RELAXED);
     for (int i = 1; i <= sets; ++i) {
         BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", i));

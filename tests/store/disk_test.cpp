@@ -150,7 +150,8 @@ struct Outcome {
   private:
     Fate fate_of(const Call& call, const Failure& failure, std::size_t n) {
         const std::size_t number = calls.size();
-        const bool is_transfer = call.name == "pread"s || call.name == "pwrite"s || call.name == "count"s;
+        const bool is_transfer =
+            call.name == "pread"s || call.name == "pwrite"s || call.name == "count"s || call.name == "read_count"s;
         const Fate half{0, std::max<std::size_t>(call.size / 2, 1)};
         is_reached = is_reached || number == n;
         switch (failure.kind) {
@@ -342,7 +343,8 @@ bool check(const Scenario& scenario, const State& before, const State& after, co
     const bool is_done = outcome.status == ZELVA_CORE_STATUS_NO_ERROR;
     // What is interrupted is tried again.
     const std::string name = outcome.is_reached ? outcome.calls[n - 1].name : "";
-    const bool is_resumable = name == "pread" || name == "pwrite" || name == "count" || name == "lock";
+    const bool is_resumable =
+        name == "pread" || name == "pwrite" || name == "count" || name == "read_count" || name == "lock";
     require(is_done || failure.error != EINTR || failure.kind != Kind::once || !is_resumable, "interrupted");
     // A failed flush may be made good: by a new file; or it was that of a folder, which some file systems do not have.
     require(!is_done || !outcome.has_lost_a_flush(failure.error), "done without a flush");

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstring>
 #include <iterator>
+#include <string_view>
 
 #include "file/system.h"
 #include "support.h"
@@ -349,7 +350,10 @@ int statx(const char* path, int, unsigned, struct statx* attributes) {
     return find(Path(path)) == nullptr ? fail(ENOENT) : 0;
 }
 ssize_t pread(int descriptor, void* buffer, std::size_t size, off_t offset) {
-    const std::string& text = disk.files.at(opened.at(descriptor).file).text;
+    const Disk::Number file = opened.at(descriptor).file;
+    const std::string& content = disk.files.at(file).text;
+    const bool is_shared = file == disk.shared_file;
+    const std::string_view text = is_shared ? std::string_view(disk.shared.data(), disk.shared.size()) : content;
     const auto begin = static_cast<std::size_t>(offset);
     const std::size_t count = begin < text.size() ? std::min(size, text.size() - begin) : 0;
     std::memcpy(buffer, text.data() + begin, count);

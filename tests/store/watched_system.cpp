@@ -95,7 +95,7 @@ int statx(const char* path, int flags, unsigned mask, struct statx* attributes) 
     return call("statx", [&] { return ::statx(AT_FDCWD, path, flags, mask, attributes); });
 }
 ssize_t pread(int descriptor, void* buffer, std::size_t size, off_t offset) {
-    return call("pread", size, ssize_t{-1},
+    return call(watched::is_counter(descriptor, size, offset) ? "read_count" : "pread", size, ssize_t{-1},
                 [&](std::size_t most) { return ::pread(descriptor, buffer, most, offset); });
 }
 ssize_t pwrite(int descriptor, const void* buffer, std::size_t size, off_t offset) {
