@@ -1,40 +1,13 @@
 #include "file/layout.h"
 
 #include <algorithm>
+#include <set>
 #include <unordered_set>
 
+#include "file/lines.h"
 #include "value/text.h"
 
 namespace zelva::file {
-
-namespace {
-
-/// So many blank lines in a row a compaction keeps. A person's lines of one byte each, with so many between them, are
-/// not worth another one.
-constexpr std::size_t most_blanks = 2;
-
-/// Calls `use` with each line of a text, without its line feed, and with where it is.
-template <class Use>
-void for_each_line(std::string_view text, Use&& use) {
-    for (std::size_t offset = 0; offset < text.size();) {
-        // Padding has many empty lines.
-        const std::size_t end = text[offset] == '\n' ? offset : std::min(text.find('\n', offset), text.size());
-        const std::size_t next = std::min(end + 1, text.size());
-        use(text.substr(offset, end - offset),
-            Line{static_cast<std::uint32_t>(offset), static_cast<std::uint32_t>(next - offset)});
-        offset = next;
-    }
-}
-
-bool is_damage(std::string_view line) {
-    return line.find('\0') != std::string_view::npos;
-}
-
-bool is_withdrawn(std::string_view line) {
-    return !line.empty() && line[0] == withdrawn_mark && !is_damage(line);
-}
-
-}  // namespace
 
 std::uint32_t hash_of_name(std::string_view name) {
     return static_cast<std::uint32_t>(std::hash<std::string_view>()(name));
@@ -43,46 +16,6 @@ std::uint32_t hash_of_name(std::string_view name) {
 std::optional<std::string_view> name_in(std::string_view line) {
     const std::size_t end = line.find('=');
     return end == std::string_view::npos ? std::nullopt : std::optional(value::trimmed(line.substr(0, end)));
-}
-
-Layout read_layout(std::string_view text, const UseEntry& use) {
-    Layout layout;
-    layout.size = text.size();
-    const bool has_damage = is_damage(text);
-    bool has_withdrawn = false;
-    for_each_line(text, [&](std::string_view line, Line place) {
-        if (line.empty()) {
-            return;
-        }
-        if (has_damage && is_damage(line)) {
-            layout.is_damaged = true;
-            return;
-        }
-        const std::size_t gap = place.offset - layout.text_end;
-        layout.dead += gap;
-        layout.text_end = place.offset + place.size;
-        layout.is_damaged = false;
-        layout.is_unterminated = line.size() == place.size;
-        if (line[0] == withdrawn_mark) {
-            layout.dead += place.size;
-            has_withdrawn = true;
-            return;
-        }
-        layout.live += place.size;
-        if (auto entry = read_line(line)) {
-            const std::string_view name = entry->key;
-            if (const auto earlier = use(*std::move(entry), place)) {
-                layout.replaced.push_back({*earlier, hash_of_name(name)});
-                layout.live -= earlier->size;
-                layout.dead += earlier->size;
-            }
-        }
-    });
-    // Otherwise a program may have left new lines behind the others.
-    if (!has_damage && !has_withdrawn && layout.replaced.empty() && layout.size - layout.text_end <= most_blanks) {
-        layout.arranged_end = layout.text_end;
-    }
-    return layout;
 }
 
 std::string lines_of(const Change* begin, const Change* end) {
@@ -106,7 +39,7 @@ struct Kept {
 };
 
 /// Withdrawn lines by what is left of their names, and by their order.
-using Homes = std::vector<std::pair<std::string_view, std::size_t>>;
+using Homes = std::set<std::pair<std::string_view, std::size_t>>;
 
 /// How many of a run of blank lines, which ends at `end`, a person has written.
 std::size_t blanks_to_keep(std::size_t begin, std::size_t end, std::size_t arranged_end) {
@@ -136,7 +69,7 @@ std::vector<Kept> lines_to_keep(std::string_view text, std::size_t arranged_end,
         if (is_withdrawn(line)) {
             const std::size_t end = line.find(withdrawn_mark, 1);
             if (end != std::string_view::npos && (arranged_end == 0 || place.offset < arranged_end)) {
-                homes.emplace_back(value::without_trailing_blanks(line.substr(1, end - 1)), lines.size());
+                homes.emplace(value::without_trailing_blanks(line.substr(1, end - 1)), lines.size());
                 lines.push_back({line, "", place.offset});
             }
             return;
@@ -154,7 +87,7 @@ void drop_replaced(std::vector<Kept>& lines, Homes& homes, std::size_t arranged_
         Kept& line = lines[i];
         if (!line.name.empty() && !names.insert(line.name).second) {
             if (arranged_end == 0 || line.offset < arranged_end) {
-                homes.emplace_back(line.name.substr(1), i);
+                homes.emplace(line.name.substr(1), i);
             }
             line.shown = Kept::nothing;
             line.name = {};
@@ -164,20 +97,18 @@ void drop_replaced(std::vector<Kept>& lines, Homes& homes, std::size_t arranged_
 
 /// Takes the entries that have been written behind `arranged_end` back to where their withdrawn lines stand.
 void arrange(std::vector<Kept>& lines, Homes& homes, std::size_t arranged_end) {
-    std::sort(homes.begin(), homes.end());
     for (std::size_t i = 0; i < lines.size(); ++i) {
         Kept& line = lines[i];
         if (line.name.empty() || line.offset < arranged_end) {
             continue;
         }
+        // Where names differ in their first bytes alone, each takes the first home that is left.
         const std::string_view rest = line.name.substr(1);
-        auto home = std::lower_bound(homes.begin(), homes.end(), std::pair(rest, std::size_t{0}));
-        while (home != homes.end() && home->first == rest && lines[home->second].shown != Kept::nothing) {
-            ++home;  // that of another key, whose name differs in its first byte
-        }
+        const auto home = homes.lower_bound({rest, 0});
         if (home != homes.end() && home->first == rest && home->second < i) {
             lines[home->second].shown = i;
             line.shown = Kept::nothing;
+            homes.erase(home);
         }
     }
 }

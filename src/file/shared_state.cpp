@@ -58,7 +58,7 @@ Descriptor open_shared(const std::string& path) {
 /// written, so that a disk that gets full later has room for the counter. 0, or the errno of what failed.
 int make_page(const Descriptor& file) {
     // Others may be using the counter already.
-    static constexpr std::array<char, file_size - sizeof(std::uint64_t)> rest{};
+    static std::array<char, file_size - sizeof(std::uint64_t)> rest{};  // not constant: zeros take no room then
     std::size_t written = 0;
     return write_at(file, sizeof(std::uint64_t), {rest.data(), rest.size()}, written);
 }
