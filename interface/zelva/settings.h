@@ -19,7 +19,9 @@
  * values (ZELVA_CORE_STATUS_INVALID_PARAMS), a store that is not open (ZELVA_CORE_STATUS_NOT_INITIALIZED), an absent
  * key (ZELVA_CORE_STATUS_SETTING_NOT_PRESENT), a key of another type (ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE),
  * then what the work itself may meet: ZELVA_CORE_STATUS_IO_FAILED, when the file could not be read or written, and
- * ZELVA_CORE_STATUS_ALLOC_FAILED, when there is no memory. ZELVA_CORE_STATUS_NO_ERROR is success.
+ * ZELVA_CORE_STATUS_ALLOC_FAILED, when there is no memory. ZELVA_CORE_STATUS_NO_ERROR is success. Any other status has
+ * changed nothing; only where the disk itself has failed half way, the key may have its new value all the same, and the
+ * next write or restart finds out.
  *
  * JSON. Any JSON text (RFC 8259) is taken, with one exception: control characters may stand in its strings as they
  * are. It is handed out in one canonical form, on one line: "{ " members " }" and "[ " elements " ]" with ", " between

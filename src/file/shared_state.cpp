@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <string_view>
 #include <utility>
@@ -145,8 +146,7 @@ int SharedState::find_out_whether_replaced(bool& is_replaced) const {
     struct stat found {};
     if (system::stat(path_.c_str(), &found) == 0) {
         is_replaced = found.st_ino != inode_ || found.st_dev != device_;
-        // Somebody may have cut the file off.
-        return !is_replaced && found.st_size < file_size ? make_page(file_) : 0;
+        return !is_replaced && found.st_size < file_size ? begin_anew() : 0;
     }
     if (errno != ENOENT) {
         return errno;
@@ -202,6 +202,19 @@ bool SharedState::is_alone() const {
     return system::find_lock(file_.number(), lock_of_presence, type) == 0 && type == F_UNLCK;
 }
 
+int SharedState::begin_anew() const {
+    // From 0 again, the counter would come to numbers that others know.
+    constexpr std::uint64_t odd = 1;
+    const auto now = static_cast<std::uint64_t>(std::chrono::system_clock::now().time_since_epoch().count());
+    const int error = make_page(file_);
+    return error == 0 ? write_counter(now & ~odd) : error;
+}
+
+int SharedState::write_counter(std::uint64_t counter) const {
+    std::size_t written = 0;
+    return write_at(file_, 0, {reinterpret_cast<const char*>(&counter), sizeof counter}, written);
+}
+
 int SharedState::read_counter(std::uint64_t& counter) const {
     std::array<char, sizeof counter> bytes{};
     const int error = read_at(file_, 0, bytes.data(), bytes.size());
@@ -211,10 +224,8 @@ int SharedState::read_counter(std::uint64_t& counter) const {
 
 int SharedState::count() {
     const std::uint64_t next = held_counter_ + 1;
-    const std::string_view bytes(reinterpret_cast<const char*>(&next), sizeof next);
     std::atomic_thread_fence(std::memory_order_seq_cst);  // after all of a change that it ends
-    std::size_t written = 0;
-    int error = write_at(file_, 0, bytes, written);
+    int error = write_counter(next);
     std::atomic_thread_fence(std::memory_order_seq_cst);  // before anything of a change that it begins
     if (error != 0) {
         // What others see is what holds.

@@ -83,6 +83,8 @@ class SharedState {
     // These return 0 or the errno of what failed.
     int map(const Descriptor& file);
     int find_out_whether_replaced(bool& is_replaced) const;
+    int begin_anew() const;  // where somebody has cut the file off
+    int write_counter(std::uint64_t counter) const;
     int read_counter(std::uint64_t& counter) const;
     int count();
 

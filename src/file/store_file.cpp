@@ -121,6 +121,12 @@ bool StoreFile::has_been_moved(const Revision& revision) const {
     return !(revision.stamp == Stamp{}) && system::stat(folder_of(path_).c_str(), &folder) != 0;
 }
 
+void StoreFile::look_for_links() {
+    if (look_at_path() != 0) {
+        file_.close();
+    }
+}
+
 int StoreFile::look_at_path() {
     // Where nothing can be found out, nothing is known against the file.
     struct statx attributes {};
@@ -181,11 +187,15 @@ std::optional<zelva_core_status> StoreFile::load(Access access, std::string& tex
     return contents.exists ? ZELVA_CORE_STATUS_NO_ERROR : ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
 }
 
+bool StoreFile::is_counted(const Revision& revision) const {
+    return shared_ && shared_->has_counter() && !has_other_names(revision.stamp);
+}
+
 bool StoreFile::is_current(const Revision& revision) const {
     if (!shared_) {
         return true;
     }
-    if (!shared_->has_counter() || has_other_names(revision.stamp)) {
+    if (!is_counted(revision)) {
         return is_stamp_of(path_, revision.stamp);
     }
     const std::uint64_t counter = shared_->counter();
@@ -274,17 +284,17 @@ zelva_core_status StoreFile::flush(bool is_to_be_tidied, Layout& layout, Stamp& 
     // A flush alone takes no right to write.
     Descriptor reading;
     int error = open(stamp);
-    const bool may_only_read = !is_to_be_tidied && is_refusal(error) && !is_distrusted_;
+    const bool may_only_read = is_refusal(error) && !is_distrusted_;
     if (may_only_read) {
         error = open(stamp, O_RDONLY, reading);
     }
     if (error != 0) {
         return finish(error);
     }
-    has_changed_ = has_changed_ || is_to_be_tidied;
-    return status_of(
-        write(may_only_read ? reading : file_, ZELVA_CORE_DURABILITY_FULL, layout, stamp,
-              [is_to_be_tidied](Writer& writer) { return is_to_be_tidied ? writer.tidy() : writer.flush(); }));
+    const bool is_tidied = is_to_be_tidied && !may_only_read;
+    has_changed_ = has_changed_ || is_tidied;
+    return status_of(write(may_only_read ? reading : file_, ZELVA_CORE_DURABILITY_FULL, layout, stamp,
+                           [is_tidied](Writer& writer) { return is_tidied ? writer.tidy() : writer.flush(); }));
 }
 
 bool StoreFile::has_line(const Line& line, std::string_view text) const {
@@ -432,13 +442,15 @@ int StoreFile::rebuild(const std::vector<Change>& changes, Purpose purpose, Layo
     if (error != 0) {
         return error;
     }
-    file_ = replacement.take();
+    // Its name may not have reached the disk after a close: whoever writes it next opens it anew, and flushes its
+    // folder.
+    file_ = purpose == Purpose::change ? replacement.take() : Descriptor();
     opened_ = stamp;
     has_changed_ = true;
     is_distrusted_ = false;
     next_compaction_ = 0;
     layout = std::move(result.layout);
-    layout.is_flushed = true;
+    layout.is_flushed = purpose == Purpose::change;
     layout.is_end_flushed = true;
     layout.settled_end = layout.text_end;
     for (const auto& [key, line] : result.lines) {

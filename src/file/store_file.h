@@ -47,6 +47,11 @@ class StoreFile {
     /// Whether the path may lead to another file by now: it leads over a link, or the file turned out to be another one
     /// when it was to be changed since the lock was taken.
     bool may_lead_elsewhere() const { return link_ != path_ || is_stale_; }
+
+    /// After somebody else has changed the file: a link may stand in its place by now, and lead to it. The next write
+    /// then finds another file.
+    void look_for_links();
+
     bool is_stale() const { return is_stale_; }
 
     /// Whether it does. Throws std::system_error where it leads nowhere.
@@ -69,6 +74,9 @@ class StoreFile {
     /// is no regular file, or has been moved.
     std::optional<zelva_core_status> load(Access access, std::string& text, const UseEntry& use, Revision& revision,
                                           Layout& layout) const;
+
+    /// Whether the counter tells of all changes of the file that this revision is one of.
+    bool is_counted(const Revision& revision) const;
 
     /// Whether no program has finished a change since this revision. Costs no system call, but where the counter cannot
     /// be read, or does not count all changes: then it looks at the file.

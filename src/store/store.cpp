@@ -101,8 +101,10 @@ zelva_core_status Store::read_again(ReadLock& lock) {
             const std::lock_guard ending(ending_);
             const std::lock_guard replacing(memory_);
             // Another thread may have closed the store meanwhile; or read the file to write it, and relies on what it
-            // has found.
-            if (!is_current() && contents_->file == file) {
+            // has found. Where the counter tells of all changes, there is none while that one holds the lock.
+            std::unique_lock writing(writing_, std::defer_lock);
+            if (!is_current() && contents_->file == file &&
+                (file->is_counted(contents_->revision) || writing.try_lock())) {
                 use(fresh);
             }
         }
@@ -115,6 +117,10 @@ zelva_core_status Store::read_again(ReadLock& lock) {
 
 zelva_core_status Store::close() {
     const std::lock_guard writing(writing_);
+    return forget();
+}
+
+zelva_core_status Store::forget() {
     const std::lock_guard lock(memory_);
     if (!contents_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;
@@ -243,8 +249,11 @@ zelva_core_status SettingsStore::follow_links() {
 }
 
 zelva_core_status SettingsStore::update() {
-    return contents_->file->is_unchanged(revision()) ? ZELVA_CORE_STATUS_NO_ERROR
-                                                     : reload(file::StoreFile::Access::locked);
+    if (contents_->file->is_unchanged(revision())) {
+        return ZELVA_CORE_STATUS_NO_ERROR;
+    }
+    contents_->file->look_for_links();
+    return reload(file::StoreFile::Access::locked);
 }
 
 zelva_core_status SettingsStore::reload(file::StoreFile::Access access) {
@@ -440,7 +449,7 @@ zelva_core_status SettingsStore::sync() {
     return change([&] {
         const file::Layout& layout = contents_->layout;
         return lock_status_ == ZELVA_CORE_STATUS_NO_ERROR && !(layout.is_flushed && layout.replaced.empty())
-                   ? flush(true)
+                   ? flush(!layout.replaced.empty())
                    : lock_status_;
     });
 }
@@ -455,16 +464,17 @@ zelva_core_status SettingsStore::set_durability(zelva_core_durability durability
 }
 
 zelva_core_status SettingsStore::close() {
+    // Nothing is written between the two: the file would not be left as it is to be.
+    const std::lock_guard writing(writing_);
     try {
         tidy();
     } catch (...) {
         // There is no memory. The padding means nothing, and the store is to be closed.
     }
-    return Store::close();
+    return forget();
 }
 
 void SettingsStore::tidy() {
-    const std::lock_guard writing(writing_);
     const auto is_untidy = [this] {
         const ReadLock lock(memory_);  // a reader may be reading the file again
         return contents_ && contents_->file->is_untidy(contents_->layout);
@@ -569,7 +579,14 @@ zelva_core_status SettingsStore::clear_default(std::string_view key) {
     const auto and_update = [this](zelva_core_status status) {
         return status == ZELVA_CORE_STATUS_NO_ERROR ? update() : status;
     };
-    if (contents_->durability == ZELVA_CORE_DURABILITY_FULL && !contents_->layout.is_flushed) {
+    const bool has_replaced = !contents_->layout.replaced.empty();
+    if (has_replaced) {
+        // Among these may be a default that a refused set has left.
+        if (const zelva_core_status status = and_update(flush(true))) {
+            return status;
+        }
+    }
+    if (contents_->durability == ZELVA_CORE_DURABILITY_FULL && (has_replaced || !contents_->layout.is_flushed)) {
         // The key may have been deleted since the last flush, and its default with it.
         if (const zelva_core_status status = and_update(flush(false))) {
             return status;

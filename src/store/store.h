@@ -87,6 +87,9 @@ class Store {
 
     using ReadLock = std::shared_lock<ReadersLock>;
 
+    /// Closes the store. REQUIRES: writing_ is held.
+    zelva_core_status forget();
+
     /// Reads the file again if another program has changed it. Waits for nobody: `lock`, on memory_, is released
     /// meanwhile.
     zelva_core_status refresh(ReadLock& lock) { return is_current() ? ZELVA_CORE_STATUS_NO_ERROR : read_again(lock); }
@@ -218,7 +221,7 @@ class SettingsStore : public Store {
     /// change().
     zelva_core_status clear_default(std::string_view key);
 
-    /// Leaves the file as a person would, where that can be done.
+    /// Leaves the file as a person would, where that can be done. REQUIRES: writing_ is held.
     void tidy();
 
     /// Calls `work` with the file's stamp, which it may change with the file, as it may the layout; then, if that has

@@ -3,7 +3,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <shared_mutex>
 #include <string>
@@ -261,6 +263,53 @@ BOOST_AUTO_TEST_CASE(a_thread_that_is_cancelled_ends_after_its_operation) {
         BOOST_CHECK(result == PTHREAD_CANCELED);
         BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 1));
     }
+}
+
+// Whoever changes the file under its other name, readers read it again by themselves; a set looks at what they replace.
+BOOST_AUTO_TEST_CASE(gets_and_sets_of_a_file_with_a_second_name_do_not_get_in_each_other_s_way) {
+    const std::string text = "k = S" + std::string(3000, 'x') + "\nl = I1\n";
+    const OpenStore store(text);
+    std::filesystem::create_hard_link(store_path(), store_path("other"));
+    std::atomic<bool> is_over{false};
+    std::thread getter([&is_over] {
+        while (!is_over) {
+            get("k");
+        }
+    });
+    std::atomic<int> written{0};
+    std::thread setter([&] {
+        while (!is_over) {
+            written += set("new", std::string(3000, 'n')) == ZELVA_CORE_STATUS_IO_FAILED ? 0 : 1;
+        }
+    });
+    for (int i = 0; i < (is_campaign() ? 20'000 : 1500); ++i) {
+        // Of its own size each time, which its time need not tell.
+        write_file(store_path("other"), text + std::string(static_cast<std::size_t>(i % 50), '#') + "\n");
+    }
+    is_over = true;
+    getter.join();
+    setter.join();
+    BOOST_CHECK_EQUAL(0, written);
+    std::filesystem::remove(store_path("other"));
+}
+
+BOOST_AUTO_TEST_CASE(no_set_comes_between_the_last_look_at_a_file_and_the_end_of_its_store) {
+    const OpenStore store("k = I0\n");
+    std::atomic<bool> is_over{false};
+    std::thread setter([&is_over] {
+        for (int i = 1; !is_over; ++i) {
+            set("k", i);
+        }
+    });
+    for (int i = 0; i < (is_campaign() ? 5000 : 300); ++i) {
+        std::this_thread::sleep_for(std::chrono::microseconds(200));
+        zelva_core_settings_deinit();
+        const std::string left = read_file(store_path());
+        BOOST_CHECK_MESSAGE(std::count(left.begin(), left.end(), '\n') == 1 && left.compare(0, 5, "k = I") == 0, left);
+        zelva_core_settings_init("test");
+    }
+    is_over = true;
+    setter.join();
 }
 
 BOOST_AUTO_TEST_SUITE_END()
