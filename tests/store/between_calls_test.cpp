@@ -647,6 +647,16 @@ BOOST_AUTO_TEST_CASE(a_set_gives_what_programs_share_its_page_again_that_somebod
     }
 }
 
+BOOST_AUTO_TEST_CASE(a_set_survives_that_somebody_cuts_off_what_programs_share_while_it_holds_the_lock) {
+    const OpenStore store("k = I1\n");
+    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    {
+        const Interference interference("read_count", [] { fs::resize_file(shared_state_path(), 0); });
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 3));
+    }
+    BOOST_CHECK_EQUAL(Value(3), value_of("k"));
+}
+
 // As when a backup is put in its place.
 BOOST_AUTO_TEST_CASE(a_set_in_a_folder_that_has_taken_another_one_s_place_keeps_others_out) {
     const TimeLimit limit;

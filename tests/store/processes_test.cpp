@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
@@ -461,11 +462,13 @@ BOOST_AUTO_TEST_CASE(a_write_finds_an_edit_that_changes_little_about_the_file) {
         int nanoseconds;
     };
     for (const Edit& edit : {Edit{true, "k = I5\n", 0, 0}, Edit{false, "k = I55\n", 0, 0},
-                             Edit{false, "k = I5\n", 1, 0}, Edit{false, "k = I5\n", 0, 1}}) {
+                             Edit{false, "k = I5\n", 1, 0}, Edit{false, "k = I5\n", 0, 1},
+                             Edit{false, "k = I5\n", 0, 0}}) {
         const OpenStore store("k = I1\n");
         timespec times[] = {{1700000000, 500}, {1700000000, 500}};
         BOOST_REQUIRE_EQUAL(0, utimensat(AT_FDCWD, store_path().c_str(), times, 0));
         BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_reload());
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));  // until the system's clock of files has gone on
         (edit.is_other_file ? replace_file : write_file)(store_path(), edit.text);
         times[1].tv_sec += edit.seconds;
         times[1].tv_nsec += edit.nanoseconds;
