@@ -251,6 +251,9 @@ int Writer::remove(const std::vector<Change>& changes) {
     if (end > layout_.settled_end) {
         // Earlier lines of these names would come to count, if their withdrawal were not on the disk.
         int error = tidy();
+        if (error == 0 && must_be_read_) {
+            error = ESTALE;
+        }
         if (error == 0 && end > layout_.settled_end) {
             error = flush();
         }

@@ -114,6 +114,9 @@ class Store {
     /// is not reserved.
     zelva_core_status find(std::string_view key, Slot slot, Type type, const value::Packed*& found) const;
 
+    /// Guards contents_ between readers and the holder of writing_. Never held while waiting for the disk, so that a
+    /// reader does not wait for it either. Taken after all others.
+    mutable ReadersLock memory_;
     /// Held by who opens, closes or changes the store, also while waiting for the disk.
     std::mutex writing_;
     /// Held by who lists keys, one at a time, which may put them in order first. Taken after writing_.
@@ -123,9 +126,6 @@ class Store {
     /// Held while a change of this program is over for others and memory does not have it yet. Taken after these,
     /// before memory_.
     std::mutex ending_;
-    /// Guards contents_ between readers and the holder of writing_. Never held while waiting for the disk, so that a
-    /// reader does not wait for it either.
-    mutable ReadersLock memory_;
     std::optional<Contents> contents_;  // has a value while the store is open
 
   private:

@@ -186,7 +186,7 @@ BOOST_AUTO_TEST_CASE(a_write_takes_nothing_from_another_key) {
                         BOOST_CHECK_EQUAL(Value("new"s), value_of("key101"));
                     }
                     if (write.name == "delete"s) {
-                        BOOST_CHECK(!zelva_core_settings_does_key_exist("key101"));
+                        BOOST_CHECK_MESSAGE(!zelva_core_settings_does_key_exist("key101"), what);
                     }
                     zelva_core_settings_deinit();
                 }
