@@ -647,6 +647,32 @@ BOOST_AUTO_TEST_CASE(a_set_gives_what_programs_share_its_page_again_that_somebod
     }
 }
 
+BOOST_AUTO_TEST_CASE(what_is_known_of_a_set_that_could_not_be_undone_is_what_the_file_holds) {
+    const OpenStore store("k = I1\n");
+    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    {
+        const Interference interference([has_failed = false](const Call& call) mutable {
+            has_failed = has_failed || call.name == "fdatasync"s;
+            return Fate{has_failed && (call.name == "fdatasync"s || call.name == "pwrite"s) ? EIO : 0};
+        });
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 3));
+    }
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("other", 1));
+    const Value known = value_of("k");
+    OpenStore::restart();
+    BOOST_CHECK_EQUAL(known, value_of("k"));
+}
+
+BOOST_AUTO_TEST_CASE(a_set_survives_that_somebody_cuts_off_what_programs_share_while_it_holds_the_lock) {
+    const OpenStore store("k = I1\n");
+    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    {
+        const Interference interference("read_count", [] { fs::resize_file(shared_state_path(), 0); });
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 3));
+    }
+    BOOST_CHECK_EQUAL(Value(3), value_of("k"));
+}
+
 // As when a backup is put in its place.
 BOOST_AUTO_TEST_CASE(a_set_in_a_folder_that_has_taken_another_one_s_place_keeps_others_out) {
     const TimeLimit limit;

@@ -84,6 +84,22 @@ const std::vector<Edit>& edits() {
              }
              return text;
          }},
+        {"the last line gets a byte longer, and a blank one is removed",
+         [](std::string text) {
+             const std::size_t end = lines_of(text).size();
+             if (end < text.size()) {
+                 text[end - 1] = '!';
+             }
+             return text;
+         }},
+        {"a line becomes a part of the one before it",
+         [](std::string text) {
+             const std::size_t end = text.find("\nkey104 =");
+             if (end != std::string::npos) {
+                 text[end] = ' ';
+             }
+             return text;
+         }},
         {"old lines are removed, and blank ones take their room",
          [](std::string text) {
              std::string left;
@@ -141,7 +157,7 @@ BOOST_AUTO_TEST_CASE(a_write_takes_nothing_from_another_key) {
         {"sync", [] { return zelva_core_settings_sync(); }},
         {"close", [] { return zelva_core_settings_deinit(); }},
     };
-    for (const std::size_t size : {1U, 20U, 90U, 200U}) {
+    for (const std::size_t size : {1U, 20U, 90U, 200U, 12000U}) {
         for (const Edit& made : edits()) {
             for (const Write& write : writes) {
                 for (const bool is_relaxed : {false, true}) {

@@ -692,6 +692,12 @@ BOOST_AUTO_TEST_CASE(a_close_leaves_no_blank_lines_but_a_person_s) {
     }
 }
 
+BOOST_AUTO_TEST_CASE(a_close_leaves_two_blank_lines_at_most_where_a_deleted_key_stood) {
+    const OpenStore store("a = I1\n\n\nb = I1\n\n\nc = I1\n");
+    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_delete_key("b"));
+    BOOST_CHECK_EQUAL("a = I1\n\n\nc = I1\n", file_after_close());
+}
+
 // Of a withdrawn line the first byte is gone.
 BOOST_AUTO_TEST_CASE(a_close_puts_keys_back_in_their_places_whose_names_differ_in_one_byte) {
     const OpenStore store("# a\na = I1\n# b\nb = I1\n# max\nmax = I1\n# min\nmin = I1\n");
