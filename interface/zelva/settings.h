@@ -65,7 +65,7 @@ extern "C" {
  * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_INVALID_PARAMS for NULL or a refused name;
  *     ZELVA_CORE_STATUS_ALLOC_FAILED when a settings store is open already, be it this one or one of another name
  *     (that store stays open), or there is no memory; ZELVA_CORE_STATUS_IO_FAILED when there is a file and it cannot be
- *     read, or there is something else in its place.
+ *     read, there is something else in its place, or its folder may not be searched.
  */
 ZELVA_CORE_API zelva_core_status zelva_core_settings_init(const char* name);
 
