@@ -10,6 +10,7 @@
 #include <shared_mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "ledger.h"
 #include "programs.h"
@@ -296,11 +297,14 @@ BOOST_AUTO_TEST_CASE(gets_and_sets_of_a_file_with_a_second_name_do_not_get_in_ea
 BOOST_AUTO_TEST_CASE(no_set_comes_between_the_last_look_at_a_file_and_the_end_of_its_store) {
     const OpenStore store("k = I0\n");
     std::atomic<bool> is_over{false};
-    std::thread setter([&is_over] {
-        for (int i = 1; !is_over; ++i) {
-            set("k", i);
-        }
-    });
+    std::vector<std::thread> setters;
+    for (int number = 0; number < 8; ++number) {
+        setters.emplace_back([&is_over] {
+            for (int i = 1; !is_over; ++i) {
+                set("k", i);
+            }
+        });
+    }
     for (int i = 0; i < (is_campaign() ? 5000 : 300); ++i) {
         std::this_thread::sleep_for(std::chrono::microseconds(200));
         zelva_core_settings_deinit();
@@ -309,7 +313,9 @@ BOOST_AUTO_TEST_CASE(no_set_comes_between_the_last_look_at_a_file_and_the_end_of
         zelva_core_settings_init("test");
     }
     is_over = true;
-    setter.join();
+    for (std::thread& setter : setters) {
+        setter.join();
+    }
 }
 
 BOOST_AUTO_TEST_SUITE_END()
