@@ -312,7 +312,7 @@ bool StoreFile::is_untidy(const Layout& layout) const {
 
 void StoreFile::tidy(bool is_last, Layout& layout, Stamp& stamp) {
     const auto arrange = [&] { return rebuild({}, Purpose::close, layout, stamp, [](std::string_view, Line) {}) == 0; };
-    constexpr std::size_t small_file = 262144;  // written in a millisecond
+    constexpr std::size_t small_file = 262144;  // some milliseconds
     const bool is_small = layout.text_end <= small_file;
     if (is_last && (is_small || is_distrusted_) && arrange()) {
         return;
