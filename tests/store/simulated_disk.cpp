@@ -330,7 +330,11 @@ int close(int descriptor) {
     return opened.erase(descriptor) == 1 ? 0 : fail(EBADF);
 }
 int stat(const char* path, struct stat* attributes) {
-    if (disk.folders.count(path) != 0) {
+    std::string folder = path;
+    if (folder.back() == '/') {
+        folder.pop_back();
+    }
+    if (disk.folders.count(folder) != 0) {
         *attributes = {};
         attributes->st_mode = S_IFDIR | S_IRWXU;
         return 0;
