@@ -1,6 +1,7 @@
 // A store's file on disk. It is changed in place, a line at a time (writer.h), and replaced as a whole (replacement.h)
 // where that cannot be or no longer pays: when there is none yet, when it has become wasteful, when it cannot be
-// trusted since a flush has failed, and when a person has left it without a line feed at its end.
+// trusted since a flush has failed, when a person has left it without a line feed at its end, and when the last program
+// that has changed it closes it.
 #pragma once
 
 #include <zelva/core.h>

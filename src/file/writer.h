@@ -54,7 +54,7 @@ class Writer {
     /// Brings the file to the disk.
     int flush();
 
-    /// Withdraws replaced lines, all of which are on the disk then.
+    /// Withdraws replaced lines, once what replaces them is on the disk. The withdrawals are not flushed.
     int tidy();
 
     /// Takes away the padding.

@@ -127,7 +127,7 @@ class Store {
     /// Held by who reads the file again for readers, one at a time. Taken after these, before memory_.
     std::mutex refreshing_;
     /// Held while a change of this program is over for others and memory does not have it yet. Taken after these,
-    /// before memory_.
+    /// before memory_, and only by who holds writing_ or refreshing_: so it is free when a fork holds those.
     std::mutex ending_;
     std::optional<Contents> contents_;  // has a value while the store is open
 
