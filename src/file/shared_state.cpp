@@ -142,11 +142,12 @@ int SharedState::map(const Descriptor& file) {
     return 0;
 }
 
-int SharedState::find_out_whether_replaced(bool& is_replaced) const {
+int SharedState::look_at_name(bool& is_replaced, bool& is_whole) const {
     struct stat found {};
     if (system::stat(path_.c_str(), &found) == 0) {
         is_replaced = found.st_ino != inode_ || found.st_dev != device_;
-        return !is_replaced && found.st_size < file_size ? begin_anew() : 0;
+        is_whole = found.st_size >= file_size;
+        return 0;
     }
     if (errno != ENOENT) {
         return errno;
@@ -176,12 +177,16 @@ int SharedState::lock(bool wait) {
             return error;
         }
         bool is_replaced = false;
-        if (const int error = find_out_whether_replaced(is_replaced)) {
+        bool is_whole = true;
+        if (const int error = look_at_name(is_replaced, is_whole)) {
             unlock();
             return error;
         }
         if (!is_replaced) {
-            const int error = read_counter(held_counter_);
+            int error = read_counter(held_counter_);
+            if (error == 0 && (held_counter_ == 0 || !is_whole)) {
+                error = begin_counting();
+            }
             if (error != 0) {
                 unlock();
             }
@@ -202,12 +207,16 @@ bool SharedState::is_alone() const {
     return system::find_lock(file_.number(), lock_of_presence, type) == 0 && type == F_UNLCK;
 }
 
-int SharedState::begin_anew() const {
-    // From 0 again, the counter would come to numbers that others know.
+int SharedState::begin_counting() {
+    // The file may also have been cut off. From 0 again, the counter would come to numbers that others know.
     constexpr std::uint64_t odd = 1;
     const auto now = static_cast<std::uint64_t>(std::chrono::system_clock::now().time_since_epoch().count());
-    const int error = make_page(file_);
-    return error == 0 ? write_counter(now & ~odd) : error;
+    int error = make_page(file_);
+    if (error == 0) {
+        error = write_counter(now & ~odd);
+    }
+    held_counter_ = error == 0 ? now & ~odd : 0;
+    return error;
 }
 
 int SharedState::write_counter(std::uint64_t counter) const {
@@ -219,7 +228,7 @@ int SharedState::read_counter(std::uint64_t& counter) const {
     std::array<char, sizeof counter> bytes{};
     const int error = read_at(file_, 0, bytes.data(), bytes.size());
     std::memcpy(&counter, bytes.data(), bytes.size());
-    return error == ESTALE ? 0 : error;  // cut off, it begins anew
+    return error == ESTALE ? 0 : error;  // cut off to nothing
 }
 
 int SharedState::count() {

@@ -4,7 +4,8 @@
 // program.
 //
 // The counter is odd while the file is being changed and even otherwise. Found odd under the lock, it tells of a
-// program that died in the middle of a change, or could not count the end of one.
+// program that died in the middle of a change, or could not count the end of one. It begins at the time of its first
+// change; 0 is that of a file that is new, or that somebody has cut off.
 #pragma once
 
 #include <sys/types.h>
@@ -82,8 +83,8 @@ class SharedState {
 
     // These return 0 or the errno of what failed.
     int map(const Descriptor& file);
-    int find_out_whether_replaced(bool& is_replaced) const;
-    int begin_anew() const;  // where somebody has cut the file off
+    int look_at_name(bool& is_replaced, bool& is_whole) const;
+    int begin_counting();  // in a file that is new, or that somebody has cut off
     int write_counter(std::uint64_t counter) const;
     int read_counter(std::uint64_t& counter) const;
     int count();

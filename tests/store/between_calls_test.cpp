@@ -647,6 +647,26 @@ BOOST_AUTO_TEST_CASE(a_set_gives_what_programs_share_its_page_again_that_somebod
     }
 }
 
+// Whoever notices it first: a program that has the store open, or one that opens it. Both make as many changes again.
+BOOST_AUTO_TEST_CASE(a_get_finds_what_has_been_set_since_somebody_cut_off_what_programs_share) {
+    const TimeLimit limit;
+    for (const bool is_open : {true, false}) {
+        const OpenStore store("k = I1\n");
+        fs::remove(shared_state_path());
+        BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+        std::optional<Program> other;
+        if (is_open) {
+            other.emplace();
+        }
+        fs::resize_file(shared_state_path(), 0);
+        if (!is_open) {
+            other.emplace();
+        }
+        BOOST_CHECK_EQUAL(0, other->run([](int value) { return static_cast<int>(set("k", value)); }, 3));
+        BOOST_CHECK_EQUAL(Value(3), value_of("k"));
+    }
+}
+
 BOOST_AUTO_TEST_CASE(what_is_known_of_a_set_that_could_not_be_undone_is_what_the_file_holds) {
     const OpenStore store("k = I1\n");
     BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
