@@ -7,22 +7,24 @@
 #include <vector>
 
 #include "check.h"
-#include "file/layout.h"
+#include "format/compaction.h"
+#include "format/dead_space.h"
+#include "format/reader.h"
 #include "reference.h"
-#include "store/entries.h"
 #include "value/text.h"
 
 namespace {
 
 using fuzz::File;
-using zelva::file::Layout;
-using zelva::file::Line;
+using zelva::format::Kind;
+using zelva::format::Layout;
+using zelva::format::Place;
 
 bool is_same(const File& left, const File& right) {
     return left.others == right.others && fuzz::is_same(left.entries, right.entries);
 }
 
-std::string_view line_at(std::string_view text, Line line) {
+std::string_view line_at(std::string_view text, Place line) {
     CHECK(line.offset + line.size <= text.size());
     return text.substr(line.offset, line.size);
 }
@@ -31,10 +33,10 @@ std::string_view line_at(std::string_view text, Line line) {
 void check_writes(const std::string& name, const fuzz::Value& value) {
     CHECK(zelva::value::is_storable(value));
     std::string text;
-    zelva::file::write_line(name, value, text);
+    zelva::format::write_line(name, value, text);
     CHECK(text.find('\n') == text.size() - 1);
-    const auto entry = zelva::file::read_line(std::string_view(text).substr(0, text.size() - 1));
-    CHECK(entry && entry->key == name && fuzz::is_same(entry->value.value(), value));
+    const auto entry = zelva::format::read_line(std::string_view(text).substr(0, text.size() - 1));
+    CHECK(entry.kind == Kind::entry && entry.name == name && fuzz::is_same(entry.value.value(), value));
 }
 
 /// Whether a text's last line is one of those that mean nothing, and has no line feed.
@@ -43,22 +45,25 @@ bool ends_in_other(const std::string& text, const File& file) {
 }
 
 Layout check_read(const std::string& text, const File& file) {
-    zelva::store::Entries entries;
-    std::size_t replaced = 0;
-    std::size_t names = 0;
-    const Layout layout = zelva::file::read_layout(text, [&](zelva::file::Entry&& entry, Line line) {
-        const auto earlier = entries.add(entry.key, std::move(entry.value), line);
-        ++(earlier ? replaced : names);
-        return earlier;
-    });
-    CHECK(names == file.entries.size());
-    CHECK(replaced == layout.replaced.size());
+    zelva::format::Entries entries;
+    const Layout layout = zelva::format::read_layout(text, entries);
+    std::size_t lines = 0;
+    std::size_t end = 0;
+    std::size_t number = 0;
+    zelva::format::Reader reader(text);
+    for (zelva::format::Line line; reader.next(line);) {
+        lines += line.kind == Kind::entry ? 1 : 0;
+        CHECK(line.place.offset == end && line.number == ++number && line.column <= line.text.size());
+        end += line.place.size;
+    }
+    CHECK(end == text.size());
+    CHECK(lines == file.entries.size() + layout.superseded.size());
     std::vector<std::string_view> expected_keys;
     std::size_t live = 0;
     for (const auto& [name, value] : file.entries) {
-        const zelva::store::Held* const held = entries.find(name);
+        const zelva::format::Cell* const held = entries.find(name);
         CHECK(held != nullptr && fuzz::is_same(held->value.value(), value));
-        const auto line = line_at(text, held->line);
+        const auto line = line_at(text, held->place);
         CHECK(line.find('\n') >= line.size() - 1 && line.find(name) < line.find('='));
         live += line.size();
         if (!fuzz::is_reserved(name)) {
@@ -78,12 +83,12 @@ Layout check_read(const std::string& text, const File& file) {
     return layout;
 }
 
-/// `text` is as it was read, and replaced lines are withdrawn from it first.
+/// `text` is as it was read, and superseded lines are marked dead in it first.
 void check_compacted(std::string text, const Layout& before, const File& file) {
-    for (const Line& line : before.replaced) {
-        text[line.offset] = zelva::file::withdrawn_mark;
+    for (const Place& line : before.superseded) {
+        text[line.offset] = zelva::format::dead_mark;
     }
-    const zelva::file::Compacted compacted = zelva::file::compacted(text, before.arranged_end, {});
+    const zelva::format::Compacted compacted = zelva::format::compacted(text, before.arranged_end, {});
     CHECK(compacted.layout.size == compacted.text.size());
     const std::size_t end = compacted.layout.text_end;
     CHECK(compacted.text.find_first_not_of('\n', end) == std::string::npos);
@@ -91,31 +96,31 @@ void check_compacted(std::string text, const Layout& before, const File& file) {
     CHECK(is_same(fuzz::read_file(lines), file));
     const Layout layout = check_read(lines, file);
     CHECK(layout.text_end == end && layout.live == compacted.layout.live && layout.dead == compacted.layout.dead);
-    CHECK(layout.replaced.empty() && !layout.is_unterminated && !layout.is_damaged && !layout.is_wasteful());
-    CHECK(compacted.lines.size() == file.entries.size());
-    for (const auto& [name, line] : compacted.lines) {
+    CHECK(layout.superseded.empty() && !layout.is_unterminated && !layout.is_damaged && !layout.is_wasteful());
+    CHECK(compacted.places.size() == file.entries.size());
+    for (const auto& [name, line] : compacted.places) {
         CHECK(file.entries.count(std::string(name)) == 1);
-        const auto entry = zelva::file::read_line(line_at(compacted.text, {line.offset, line.size - 1}));
-        CHECK(entry && entry->key == name && compacted.text[line.offset + line.size - 1] == '\n');
+        const auto entry = zelva::format::read_line(line_at(compacted.text, {line.offset, line.size - 1}));
+        CHECK(entry.kind == Kind::entry && entry.name == name && compacted.text[line.offset + line.size - 1] == '\n');
     }
 }
 
 /// What is done on a full disk.
 void check_makes_room(const std::string& text, const File& file) {
-    const std::size_t end = zelva::file::live_end(text);
+    const std::size_t end = zelva::format::live_end(text);
     CHECK(end <= text.size());
     CHECK(end == text.size() || is_same(fuzz::read_file(text.substr(0, end)), file));
 
     // The longest line that finds room, which leaves none over.
     const std::string name = "a new key";
     const auto line = [&name](std::size_t size) { return name + " = S" + std::string(size, 'x') + '\n'; };
-    const auto fitted = [&](std::size_t size) { return zelva::file::fitted_into_withdrawn(text, line(size)); };
+    const auto fitted = [&](std::size_t size) { return zelva::format::find_dead_space(text, line(size)); };
     auto patch = fitted(0);
     if (!patch || file.entries.count(name) != 0) {
         return;  // fuzzers learn what they are compared with
     }
     std::size_t size = 0;
-    for (std::size_t too_long = zelva::file::sector_size; too_long - size > 1;) {
+    for (std::size_t too_long = zelva::format::sector_size; too_long - size > 1;) {
         const std::size_t middle = (size + too_long) / 2;
         if (auto longer = fitted(middle)) {
             patch = std::move(longer);
@@ -127,9 +132,9 @@ void check_makes_room(const std::string& text, const File& file) {
     std::string patched = text;
     CHECK(patch->offset + patch->bytes.size() <= text.size());
     patched.replace(patch->offset, patch->bytes.size(), patch->bytes);
-    CHECK(patched.compare(patch->text_offset, line(size).size(), line(size)) == 0);
-    CHECK(patch->offset / zelva::file::sector_size ==
-          (patch->offset + patch->bytes.size() - 1) / zelva::file::sector_size);
+    CHECK(patched.compare(patch->line_offset, line(size).size(), line(size)) == 0);
+    CHECK(patch->offset / zelva::format::sector_size ==
+          (patch->offset + patch->bytes.size() - 1) / zelva::format::sector_size);
     File with_new = file;
     with_new.entries.emplace(name, std::string(size, 'x'));
     CHECK(is_same(fuzz::read_file(patched), with_new));
@@ -143,7 +148,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     check_compacted(text, check_read(text, file), file);
     check_makes_room(text, file);
     for (const auto& [name, value] : file.entries) {
-        if (zelva::file::is_key(name)) {
+        if (zelva::format::is_name(name)) {
             check_writes(name, value);
         }
     }

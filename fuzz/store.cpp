@@ -132,7 +132,7 @@ void check_holds(const Entries& entries) {
         CHECK(type == zelva::value::type_of(value));
         const Got got = get(type, Slot::value, key);
         CHECK(got.status == ZELVA_CORE_STATUS_NO_ERROR);
-        CHECK(is_same(got.value, value));
+        CHECK(fuzz::is_same(got.value, value));
 
         const auto found = entries.find(default_prefix + key);
         const Got got_default = get(type, Slot::default_value, key);
@@ -142,7 +142,7 @@ void check_holds(const Entries& entries) {
             CHECK(got_default.status == ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE);
         } else {
             CHECK(got_default.status == ZELVA_CORE_STATUS_NO_ERROR);
-            CHECK(is_same(got_default.value, found->second));
+            CHECK(fuzz::is_same(got_default.value, found->second));
         }
     }
     CHECK(keys() == expected);

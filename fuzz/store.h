@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
+#include "format/entries.h"
 #include "reference.h"
-#include "store/entries.h"
 
 namespace fuzz {
 
-using zelva::store::Slot;
+using zelva::format::Slot;
 using zelva::value::Type;
 
 /// What a get gives: a status, and the value when it is ZELVA_CORE_STATUS_NO_ERROR.

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "file/replacement.h"
+#include "format/compaction.h"
 #include "value/text.h"
 
 namespace zelva::file {
@@ -67,11 +68,11 @@ int read_file_at_rest(const std::string& path, Contents& contents) {
 }
 
 /// Withdraws a line in a file's text, if it is still the line of its entry.
-void withdraw_in(std::string& text, const Replaced& line) {
+void mark_dead_in(std::string& text, const Superseded& line) {
     const bool is_line = line.offset < text.size() && (line.offset == 0 || text[line.offset - 1] == '\n');
-    const auto found = is_line ? name_in(std::string_view(text).substr(line.offset, line.size)) : std::nullopt;
-    if (found && hash_of_name(*found) == line.name) {
-        text[line.offset] = withdrawn_mark;
+    const auto found = is_line ? format::name_in(std::string_view(text).substr(line.offset, line.size)) : std::nullopt;
+    if (found && format::hash_of_name(*found) == line.name) {
+        text[line.offset] = format::dead_mark;
     }
 }
 
@@ -145,7 +146,7 @@ int StoreFile::clean_up() {
     return 0;
 }
 
-std::optional<zelva_core_status> StoreFile::load(Access access, std::string& text, const UseEntry& use,
+std::optional<zelva_core_status> StoreFile::load(Access access, std::string& text, format::Entries& entries,
                                                  Revision& revision, Layout& layout) const {
     std::uint64_t counter = 0;
     Contents contents;
@@ -183,7 +184,7 @@ std::optional<zelva_core_status> StoreFile::load(Access access, std::string& tex
     }
     revision = {counter - counter % 2, contents.exists ? stamp_of(contents.attributes) : Stamp{}};
     text = std::move(contents.text);
-    layout = read_layout(text, use);
+    layout = format::read_layout(text, entries);
     return contents.exists ? ZELVA_CORE_STATUS_NO_ERROR : ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
 }
 
@@ -257,7 +258,7 @@ zelva_core_status StoreFile::apply(const std::vector<Change>& changes, zelva_cor
                                    Stamp& stamp, const Placed& placed) {
     // What is written behind a last line without a line feed might spoil it.
     const bool is_spoiling = layout.is_unterminated && changes.front().value;
-    const bool must_rebuild = is_distrusted_ || stamp == Stamp{} || is_spoiling;
+    const bool must_rebuild = needs_rebuild_ || stamp == Stamp{} || is_spoiling;
     const bool is_wasteful = layout.is_wasteful() && layout.dead >= next_compaction_;
     if (must_rebuild || is_wasteful) {
         const int error = rebuild(changes, Purpose::change, layout, stamp, placed);
@@ -274,30 +275,30 @@ zelva_core_status StoreFile::apply(const std::vector<Change>& changes, zelva_cor
     }));
 }
 
-zelva_core_status StoreFile::flush(bool is_to_be_tidied, Layout& layout, Stamp& stamp, const Placed& placed) {
+zelva_core_status StoreFile::flush(bool is_checkpoint, Layout& layout, Stamp& stamp, const Placed& placed) {
     if (stamp == Stamp{}) {
         return ZELVA_CORE_STATUS_NO_ERROR;  // there is no file
     }
-    if (is_distrusted_) {
+    if (needs_rebuild_) {
         return finish(rebuild({}, Purpose::change, layout, stamp, placed));
     }
     // A flush alone takes no right to write.
     Descriptor reading;
     int error = open(stamp);
-    const bool may_only_read = is_refusal(error) && !is_distrusted_;
+    const bool may_only_read = is_refusal(error) && !needs_rebuild_;
     if (may_only_read) {
         error = open(stamp, O_RDONLY, reading);
     }
     if (error != 0) {
         return finish(error);
     }
-    const bool is_tidied = is_to_be_tidied && !may_only_read;
+    const bool is_tidied = is_checkpoint && !may_only_read;
     has_changed_ = has_changed_ || is_tidied;
     return status_of(write(may_only_read ? reading : file_, ZELVA_CORE_DURABILITY_FULL, layout, stamp,
                            [is_tidied](Writer& writer) { return is_tidied ? writer.tidy() : writer.flush(); }));
 }
 
-bool StoreFile::has_line(const Line& line, std::string_view text) const {
+bool StoreFile::has_line(const Place& line, std::string_view text) const {
     if (line.size != text.size()) {
         return false;
     }
@@ -307,28 +308,30 @@ bool StoreFile::has_line(const Line& line, std::string_view text) const {
 }
 
 bool StoreFile::is_untidy(const Layout& layout) const {
-    return has_changed_ && (layout.size > layout.text_end || layout.dead > 0 || is_distrusted_);
+    return has_changed_ && (layout.size > layout.text_end || layout.dead > 0 || needs_rebuild_);
 }
 
 void StoreFile::tidy(bool is_last, Layout& layout, Stamp& stamp) {
-    const auto arrange = [&] { return rebuild({}, Purpose::close, layout, stamp, [](std::string_view, Line) {}) == 0; };
+    const auto arrange = [&] {
+        return rebuild({}, Purpose::close, layout, stamp, [](std::string_view, Place) {}) == 0;
+    };
     constexpr std::size_t small_file = 262144;  // some milliseconds
     const bool is_small = layout.text_end <= small_file;
-    if (is_last && (is_small || is_distrusted_) && arrange()) {
+    if (is_last && (is_small || needs_rebuild_) && arrange()) {
         return;
     }
-    if (is_distrusted_) {
+    if (needs_rebuild_) {
         return;
     }
     write_in_place(ZELVA_CORE_DURABILITY_RELAXED, layout, stamp, [&](Writer& writer) {
         // What may not have reached the disk would have to be flushed first.
         constexpr std::size_t most_lines = 1000;  // a millisecond's work
-        const bool is_cheap = layout.is_flushed && layout.replaced.size() <= most_lines;
+        const bool is_cheap = layout.is_flushed && layout.superseded.size() <= most_lines;
         const bool is_worth_it = is_cheap || (is_last && !is_small);
-        const int error = is_worth_it && !layout.replaced.empty() ? writer.tidy() : 0;
-        return error == 0 ? writer.cut_padding() : error;
+        const int error = is_worth_it && !layout.superseded.empty() ? writer.tidy() : 0;
+        return error == 0 ? writer.trim_padding() : error;
     });
-    if (is_distrusted_) {
+    if (needs_rebuild_) {
         arrange();
     }
 }
@@ -347,7 +350,7 @@ int StoreFile::write(const Descriptor& file, zelva_core_durability durability, L
     stamp = unknown_stamp;
     Writer writer(file, layout, durability);
     const int error = std::forward<Work>(work)(writer);
-    is_distrusted_ |= writer.has_failed_to_flush();
+    needs_rebuild_ |= writer.has_failed_to_flush();
     struct stat attributes {};
     if (!writer.must_be_read() && system::fstat(file.number(), &attributes) == 0) {
         stamp = stamp_of(attributes);
@@ -392,7 +395,7 @@ int StoreFile::open(const Stamp& stamp, int access, Descriptor& file) {
     // Who has put the file in its place may have died before that reached the disk. A folder that cannot be read cannot
     // be brought to the disk.
     if (const int error = sync_folder(folder_of(path_)); error != 0 && error != EACCES) {
-        is_distrusted_ = true;
+        needs_rebuild_ = true;
         return error;
     }
     return 0;
@@ -419,10 +422,10 @@ int StoreFile::rebuild(const std::vector<Change>& changes, Purpose purpose, Layo
         return error;
     }
     // Among these may be the default of a key that could not be written, which no later line replaces.
-    for (const Replaced& line : layout.replaced) {
-        withdraw_in(old.text, line);
+    for (const Superseded& line : layout.superseded) {
+        mark_dead_in(old.text, line);
     }
-    Compacted result = compacted(old.text, layout.arranged_end, changes);
+    format::Compacted result = format::compacted(old.text, layout.arranged_end, changes);
     if (purpose == Purpose::change) {
         result.text.resize(rounded_up(result.text.size(), page_size), '\n');
         result.layout.size = result.text.size();
@@ -436,7 +439,7 @@ int StoreFile::rebuild(const std::vector<Change>& changes, Purpose purpose, Layo
     const int error =
         replacement.replace(old.exists ? &old.attributes : nullptr, result.text, purpose == Purpose::change, stamp);
     if (replacement.has_failed_to_flush()) {
-        is_distrusted_ = true;
+        needs_rebuild_ = true;
         layout.is_flushed = false;
     }
     if (error != 0) {
@@ -447,13 +450,13 @@ int StoreFile::rebuild(const std::vector<Change>& changes, Purpose purpose, Layo
     file_ = purpose == Purpose::change ? replacement.take() : Descriptor();
     opened_ = stamp;
     has_changed_ = true;
-    is_distrusted_ = false;
+    needs_rebuild_ = false;
     next_compaction_ = 0;
     layout = std::move(result.layout);
     layout.is_flushed = purpose == Purpose::change;
-    layout.is_end_flushed = true;
-    layout.settled_end = layout.text_end;
-    for (const auto& [key, line] : result.lines) {
+    layout.is_truncation_durable = true;
+    layout.checkpoint_end = layout.text_end;
+    for (const auto& [key, line] : result.places) {
         placed(key, line);
     }
     return 0;

@@ -16,11 +16,12 @@
 #include <vector>
 
 #include "file/descriptor.h"
-#include "file/layout.h"
 #include "file/paths.h"
 #include "file/shared_state.h"
 #include "file/stamp.h"
 #include "file/writer.h"
+#include "format/entries.h"
+#include "format/layout.h"
 
 namespace zelva::file {
 
@@ -65,16 +66,16 @@ class StoreFile {
         at_once   // not if they are
     };
 
-    /// Reads the file's text and hands over its entries in order, which refer to it; of a key that has several, the
-    /// last one counts. Nothing where it was not to wait and is being changed.
+    /// Reads the file's text, and its entries, which refer to it. Nothing where it was not to wait and is being
+    /// changed.
     ///
     /// `revision` is the last one that is known, before and after: a file that is gone with its folder has been moved,
     /// where one that is gone alone has been removed.
     ///
     /// ZELVA_CORE_STATUS_SETTING_NOT_PRESENT when there is no file; ZELVA_CORE_STATUS_IO_FAILED when it cannot be read,
     /// is no regular file, or has been moved.
-    std::optional<zelva_core_status> load(Access access, std::string& text, const UseEntry& use, Revision& revision,
-                                          Layout& layout) const;
+    std::optional<zelva_core_status> load(Access access, std::string& text, format::Entries& entries,
+                                          Revision& revision, Layout& layout) const;
 
     /// Whether the counter tells of all changes of the file that this revision is one of.
     bool is_counted(const Revision& revision) const;
@@ -108,17 +109,17 @@ class StoreFile {
     /// Either each change gives a value, and the last one makes the others count (a value its default); or each takes
     /// one away, and the first one does (the value, from its default).
     ///
-    /// REQUIRES: a change has begun; the keys are distinct, and those that get a value can be written (is_key,
+    /// REQUIRES: a change has begun; the keys are distinct, and those that get a value can be written (is_name,
     /// is_storable).
     zelva_core_status apply(const std::vector<Change>& changes, zelva_core_durability durability, Layout& layout,
                             Stamp& stamp, const Placed& placed);
 
     /// Makes sure that all that the file means has reached the disk, and then, if it is to be tidied, withdraws
     /// replaced lines. REQUIRES: a change has begun.
-    zelva_core_status flush(bool is_to_be_tidied, Layout& layout, Stamp& stamp, const Placed& placed);
+    zelva_core_status flush(bool is_checkpoint, Layout& layout, Stamp& stamp, const Placed& placed);
 
     /// Whether a line of the file is this text, byte for byte. false also where it cannot be read.
-    bool has_line(const Line& line, std::string_view text) const;
+    bool has_line(const Place& line, std::string_view text) const;
 
     /// Whether this object has changed the file, and left something in it that a person would not have written.
     bool is_untidy(const Layout& layout) const;
@@ -161,7 +162,7 @@ class StoreFile {
     Descriptor file_;                      // open for writing
     Stamp opened_;                         // tells which file that is
     bool has_changed_ = false;             // something in the file
-    bool is_distrusted_ = false;           // a flush has failed since it was last written as a whole
+    bool needs_rebuild_ = false;           // a flush has failed since it was last written as a whole
     std::size_t next_compaction_ = 0;      // after one that failed: not before there are so many dead bytes
     bool is_stale_ = false;                // another file was found in its place since the lock was taken
     std::atomic<bool> is_mounted_{false};  // the file alone, not its folder

@@ -6,14 +6,16 @@
 #include <climits>
 #include <utility>
 
+#include "format/dead_space.h"
+
 namespace zelva::file {
 
 namespace {
 
-constexpr std::string_view mark_of_withdrawal = "=";
+constexpr std::string_view dead = "=";
 
 /// Makes room for so many more lines, which then take no memory.
-void make_room(std::vector<Replaced>& lines, std::size_t more) {
+void make_room(std::vector<Superseded>& lines, std::size_t more) {
     if (lines.capacity() - lines.size() < more) {
         lines.reserve(2 * lines.size() + more);
     }
@@ -29,10 +31,10 @@ bool Writer::is_out_of_room(int error) const {
 int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
     // Everything is made ready before the file changes: there may be no memory later.
     std::vector<std::string> texts;
-    std::vector<Line> lines;
+    std::vector<Place> lines;
     std::size_t size = 0;
     for (const Change& change : changes) {
-        texts.push_back(lines_of(&change, &change + 1));
+        texts.push_back(format::lines_of(&change, &change + 1));
         lines.push_back({0, static_cast<std::uint32_t>(texts.back().size())});
         size += texts.back().size();
     }
@@ -42,27 +44,27 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
     std::vector<std::string> texts_apart;
     if (size < sector_size && changes.size() > 1) {
         texts_apart = std::move(texts);
-        texts.assign(1, lines_of(changes.data(), changes.data() + changes.size()));
+        texts.assign(1, format::lines_of(changes.data(), changes.data() + changes.size()));
     }
-    make_room(layout_.replaced, changes.size());
+    make_room(layout_.superseded, changes.size());
 
-    const auto leave_replaced = [this](const Line& line, const Change& change) {
-        layout_.replaced.push_back({line, hash_of_name(change.key)});
+    const auto leave_superseded = [this](const Place& line, const Change& change) {
+        layout_.superseded.push_back({line, format::hash_of_name(change.name)});
         layout_.live -= line.size;
         layout_.dead += line.size;
     };
-    const bool is_new = std::none_of(changes.begin(), changes.end(), [](const Change& change) { return change.line; });
+    const bool is_new = std::none_of(changes.begin(), changes.end(), [](const Change& change) { return change.place; });
     const std::size_t old_size = layout_.size;
     std::size_t next = 0;  // of the lines
     for (std::size_t i = 0; i < texts.size();) {
         const bool is_last = i + 1 == texts.size();
         std::size_t offset = 0;
         int error = append(texts[i], is_last, offset);
-        if (is_out_of_room(error) && (error = cut_withdrawn()) == 0) {
+        if (is_out_of_room(error) && (error = trim_dead()) == 0) {
             error = append(texts[i], is_last, offset);
         }
         if (is_out_of_room(error) && (texts.size() == 1 || is_new)) {
-            error = reuse(texts[i], changes, offset);
+            error = write_into_dead_space(texts[i], changes, offset);
         }
         if (is_out_of_room(error) && is_new && texts.size() < texts_apart.size()) {
             // There may be room for each line by itself.
@@ -71,7 +73,7 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
         }
         if (error != 0) {
             for (std::size_t written = 0; written < next; ++written) {
-                leave_replaced(lines[written], changes[written]);
+                leave_superseded(lines[written], changes[written]);
             }
             return error;
         }
@@ -81,10 +83,11 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
         }
         ++i;
     }
-    layout_.settled_end = std::min<std::size_t>(layout_.settled_end, lines.front().offset);
-    // To withdraw a line in another page would have the next flush write two: such lines wait until the file grows.
+    layout_.checkpoint_end = std::min<std::size_t>(layout_.checkpoint_end, lines.front().offset);
+    // To mark_dead_at_once a line in another page would have the next flush write two: such lines wait until the file
+    // grows.
     for (std::size_t i = 0; i < changes.size(); ++i) {
-        const auto& old = changes[i].line;
+        const auto& old = changes[i].place;
         if (!old) {
             continue;
         }
@@ -92,16 +95,16 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
             // The new line has found room before the old one, which counts until it is withdrawn; those that mean
             // nothing by themselves have been, before.
             const bool is_last = i + 1 == changes.size();
-            const Replaced line{*old, hash_of_name(changes[i].key)};
-            if (const int error = is_last ? withdraw({line}, true) : 0) {
-                leave_replaced(lines[i], changes[i]);
+            const Superseded line{*old, format::hash_of_name(changes[i].name)};
+            if (const int error = is_last ? mark_dead_at_once({line}, true) : 0) {
+                leave_superseded(lines[i], changes[i]);
                 return error;
             }
             layout_.live -= old->size;
             layout_.dead += old->size;
         } else if (!is_durable() || old->offset / page_size != lines[i].offset / page_size ||
-                   mark({*old, hash_of_name(changes[i].key)}) != 0) {
-            leave_replaced(*old, changes[i]);
+                   mark_dead({*old, format::hash_of_name(changes[i].name)}) != 0) {
+            leave_superseded(*old, changes[i]);
         } else {
             layout_.live -= old->size;
             layout_.dead += old->size;
@@ -111,14 +114,14 @@ int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
         static_cast<void>(tidy());  // or later
     }
     for (std::size_t i = 0; i < changes.size(); ++i) {
-        placed(changes[i].key, lines[i]);
+        placed(changes[i].name, lines[i]);
     }
     return 0;
 }
 
 int Writer::append(const std::string& text, bool is_last, std::size_t& offset) {
     if (layout_.is_damaged) {
-        if (const int error = cut_padding()) {
+        if (const int error = trim_padding()) {
             return error;
         }
         layout_.is_damaged = false;
@@ -161,7 +164,7 @@ int Writer::append_short(std::string_view text, bool is_last, std::size_t& offse
 int Writer::append_long(std::string text, bool is_last, std::size_t& offset) {
     const bool is_aligned = layout_.size % page_size == 0;
     int error = is_aligned ? 0 : extend(layout_.size + 1);
-    if (error == 0 && (!is_aligned || !layout_.is_end_flushed)) {
+    if (error == 0 && (!is_aligned || !layout_.is_truncation_durable)) {
         error = flush();
     }
     if (error != 0) {
@@ -169,7 +172,7 @@ int Writer::append_long(std::string text, bool is_last, std::size_t& offset) {
     }
     offset = layout_.size;
     const std::size_t size = text.size();
-    const char first = std::exchange(text[0], mark_of_withdrawal[0]);
+    const char first = std::exchange(text[0], dead[0]);
     text.resize(rounded_up(size, page_size), '\n');
     layout_.size = offset + text.size();
     layout_.is_flushed = false;
@@ -191,19 +194,19 @@ int Writer::append_long(std::string text, bool is_last, std::size_t& offset) {
         layout_.is_flushed = false;
     }
     if (error != 0) {
-        undo(offset, mark_of_withdrawal);
+        undo(offset, dead);
         return error;
     }
     layout_.dead -= size;
     return 0;
 }
 
-int Writer::reuse(std::string_view text, const std::vector<Change>& changes, std::size_t& offset) {
+int Writer::write_into_dead_space(std::string_view text, const std::vector<Change>& changes, std::size_t& offset) {
     std::string file;
     if (const int error = read_all(file_, file)) {
         return error;
     }
-    const auto patch = fitted_into_withdrawn(std::string_view(file).substr(0, layout_.text_end), text);
+    const auto patch = format::find_dead_space(std::string_view(file).substr(0, layout_.text_end), text);
     if (!patch) {
         return ENOSPC;
     }
@@ -212,9 +215,9 @@ int Writer::reuse(std::string_view text, const std::vector<Change>& changes, std
     int error = 0;
     bool has_marked = false;
     for (std::size_t i = 0; i + 1 < changes.size() && error == 0; ++i) {
-        if (changes[i].line) {
+        if (changes[i].place) {
             has_marked = true;
-            error = mark({*changes[i].line, hash_of_name(changes[i].key)});
+            error = mark_dead({*changes[i].place, format::hash_of_name(changes[i].name)});
         }
     }
     if (error == 0) {
@@ -234,46 +237,46 @@ int Writer::reuse(std::string_view text, const std::vector<Change>& changes, std
         must_be_read_ |= has_marked;
         return error;
     }
-    offset = patch->text_offset;
+    offset = patch->line_offset;
     layout_.dead -= std::min(layout_.dead, text.size());
     return 0;
 }
 
 int Writer::remove(const std::vector<Change>& changes) {
-    std::vector<Replaced> lines;
+    std::vector<Superseded> lines;
     std::size_t end = 0;
     for (const Change& change : changes) {
-        if (change.line) {
-            lines.push_back({*change.line, hash_of_name(change.key)});
-            end = std::max<std::size_t>(end, change.line->offset + 1);
+        if (change.place) {
+            lines.push_back({*change.place, format::hash_of_name(change.name)});
+            end = std::max<std::size_t>(end, change.place->offset + 1);
         }
     }
-    if (end > layout_.settled_end) {
+    if (end > layout_.checkpoint_end) {
         // Earlier lines of these names would come to count, if their withdrawal were not on the disk.
         int error = tidy();
         if (error == 0 && must_be_read_) {
             error = ESTALE;
         }
-        if (error == 0 && end > layout_.settled_end) {
+        if (error == 0 && end > layout_.checkpoint_end) {
             error = flush();
         }
         if (error != 0) {
             return error;
         }
     }
-    if (const int error = withdraw(lines, is_durable())) {
+    if (const int error = mark_dead_at_once(lines, is_durable())) {
         return error;
     }
-    for (const Replaced& line : lines) {
+    for (const Superseded& line : lines) {
         layout_.live -= line.size;
         layout_.dead += line.size;
     }
     return 0;
 }
 
-int Writer::withdraw(const std::vector<Replaced>& lines, bool is_durable) {
+int Writer::mark_dead_at_once(const std::vector<Superseded>& lines, bool is_durable) {
     std::string old;  // their first bytes
-    for (const Replaced& line : lines) {
+    for (const Superseded& line : lines) {
         if (const int error = check_line(line, line.name)) {
             return error;
         }
@@ -285,20 +288,20 @@ int Writer::withdraw(const std::vector<Replaced>& lines, bool is_durable) {
     }
     // The disk writes a sector as a whole: then all of them go at once.
     const auto [least, greatest] = std::minmax_element(
-        lines.begin(), lines.end(), [](const Line& left, const Line& right) { return left.offset < right.offset; });
+        lines.begin(), lines.end(), [](const Place& left, const Place& right) { return left.offset < right.offset; });
     const bool is_within_sector = least->offset / sector_size == greatest->offset / sector_size;
     int error = 0;
     if (is_within_sector) {
         std::string bytes(greatest->offset - least->offset + 1, '\0');
         error = read(least->offset, bytes.data(), bytes.size());
-        for (const Line& line : lines) {
-            bytes[line.offset - least->offset] = withdrawn_mark;
+        for (const Place& line : lines) {
+            bytes[line.offset - least->offset] = format::dead_mark;
         }
         error = error == 0 ? write(least->offset, bytes) : error;
         error = error == 0 && is_durable ? flush() : error;
     } else {
         for (auto line = lines.begin(); line != lines.end() && error == 0; ++line) {
-            error = write(line->offset, mark_of_withdrawal);
+            error = write(line->offset, dead);
             // Otherwise a loss of power might leave a key without its default.
             const bool is_last = line + 1 == lines.end();
             error = error == 0 && (is_durable || !is_last) ? flush() : error;
@@ -319,17 +322,17 @@ int Writer::withdraw(const std::vector<Replaced>& lines, bool is_durable) {
 
 int Writer::tidy() {
     int error = layout_.is_flushed ? 0 : flush();
-    for (auto line = layout_.replaced.begin(); line != layout_.replaced.end() && error == 0; ++line) {
-        error = mark(*line);
+    for (auto line = layout_.superseded.begin(); line != layout_.superseded.end() && error == 0; ++line) {
+        error = mark_dead(*line);
     }
     if (error == 0) {
-        layout_.replaced.clear();
+        layout_.superseded.clear();
     }
     return error;
 }
 
-int Writer::cut_withdrawn() {
-    // Replaced lines may be withdrawn by now.
+int Writer::trim_dead() {
+    // Superseded lines may be withdrawn by now.
     if (const int error = tidy()) {
         return error;
     }
@@ -337,19 +340,19 @@ int Writer::cut_withdrawn() {
     if (const int error = read_all(file_, file)) {
         return error;
     }
-    const std::size_t end = live_end(file);
+    const std::size_t end = format::live_end(file);
     if (end >= layout_.text_end) {
         return ENOSPC;
     }
     return cut(end);
 }
 
-int Writer::cut_padding() {
+int Writer::trim_padding() {
     std::string padding(layout_.size - layout_.text_end, '\0');
     if (const int error = read(layout_.text_end, padding.data(), padding.size())) {
         return error;
     }
-    return live_end(padding) == 0 ? cut(layout_.text_end) : stale();
+    return format::live_end(padding) == 0 ? cut(layout_.text_end) : stale();
 }
 
 int Writer::extend(std::size_t size) {
@@ -357,7 +360,7 @@ int Writer::extend(std::size_t size) {
         return 0;
     }
     // What was cut off would come back as if it had been written since.
-    if (!layout_.is_end_flushed) {
+    if (!layout_.is_truncation_durable) {
         if (const int error = flush()) {
             return error;
         }
@@ -376,7 +379,7 @@ int Writer::cut(std::size_t size) {
     layout_.size = size;
     layout_.arranged_end = std::min(layout_.arranged_end, size);
     layout_.is_flushed = false;
-    layout_.is_end_flushed = false;
+    layout_.is_truncation_durable = false;
     if (size < layout_.text_end) {
         layout_.dead -= std::min(layout_.dead, layout_.text_end - size);
         layout_.text_end = size;
@@ -391,9 +394,9 @@ int Writer::flush() {
         return errno;
     }
     layout_.is_flushed = true;
-    layout_.is_end_flushed = true;
-    if (layout_.replaced.empty()) {
-        layout_.settled_end = layout_.text_end;
+    layout_.is_truncation_durable = true;
+    if (layout_.superseded.empty()) {
+        layout_.checkpoint_end = layout_.text_end;
     }
     return 0;
 }
@@ -421,7 +424,7 @@ int Writer::check_padding(std::size_t end) {
     return is_padding ? 0 : stale();
 }
 
-int Writer::check_line(const Line& line, std::uint32_t name) {
+int Writer::check_line(const Place& line, std::uint32_t name) {
     // The last byte of the line before it, and mostly all of it.
     const std::size_t before = line.offset > 0 ? 1 : 0;
     std::array<char, sector_size + 1> usual{};
@@ -430,7 +433,7 @@ int Writer::check_line(const Line& line, std::uint32_t name) {
         return error;
     }
     std::string whole;
-    if (bytes.size() < line.size + before && !name_in(bytes.substr(before))) {
+    if (bytes.size() < line.size + before && !format::name_in(bytes.substr(before))) {
         whole.resize(line.size + before);
         if (const int error = read(line.offset - before, whole.data(), whole.size())) {
             return error;
@@ -439,14 +442,14 @@ int Writer::check_line(const Line& line, std::uint32_t name) {
     }
     const bool is_line = before == 0 || bytes[0] == '\n';
     bytes.remove_prefix(before);
-    const auto found = name_in(bytes.substr(0, bytes.find('\n')));
-    return is_line && found && hash_of_name(*found) == name ? 0 : stale();
+    const auto found = format::name_in(bytes.substr(0, bytes.find('\n')));
+    return is_line && found && format::hash_of_name(*found) == name ? 0 : stale();
 }
 
-int Writer::mark(const Replaced& line) {
+int Writer::mark_dead(const Superseded& line) {
     const int error = check_line(line, line.name);
     // What stands there now is another line, which counts. The file tells where those of this entry are.
-    return error == ESTALE ? 0 : error != 0 ? error : write(line.offset, mark_of_withdrawal);
+    return error == ESTALE ? 0 : error != 0 ? error : write(line.offset, dead);
 }
 
 int Writer::write(std::size_t offset, std::string_view bytes) {

@@ -30,12 +30,21 @@
 #include <vector>
 
 #include "file/descriptor.h"
-#include "file/layout.h"
+#include "format/batch.h"
+#include "format/layout.h"
 
 namespace zelva::file {
 
+using format::Change;
+using format::Layout;
+using format::page_size;
+using format::Place;
+using format::rounded_up;
+using format::sector_size;
+using format::Superseded;
+
 /// Takes the line that an entry has got.
-using Placed = std::function<void(std::string_view key, Line line)>;
+using Placed = std::function<void(std::string_view key, Place line)>;
 
 /// One change. REQUIRES for put: the file's last line has its line feed. All functions that return an int return 0, or
 /// the errno of what failed; the file then means what it meant before. ESTALE: it is not the file of the layout.
@@ -58,7 +67,7 @@ class Writer {
     int tidy();
 
     /// Takes away the padding.
-    int cut_padding();
+    int trim_padding();
 
     /// Whether a flush has failed. The system may then take for written what is not.
     bool has_failed_to_flush() const { return has_failed_to_flush_; }
@@ -74,17 +83,17 @@ class Writer {
     int append(const std::string& text, bool is_last, std::size_t& offset);
     int append_short(std::string_view text, bool is_last, std::size_t& offset);
     int append_long(std::string text, bool is_last, std::size_t& offset);
-    int reuse(std::string_view text, const std::vector<Change>& changes, std::size_t& offset);
+    int write_into_dead_space(std::string_view text, const std::vector<Change>& changes, std::size_t& offset);
 
     int extend(std::size_t size);
     int cut(std::size_t size);
-    int cut_withdrawn();
+    int trim_dead();
     int stale();
     int read(std::size_t offset, char* bytes, std::size_t size);
     int check_padding(std::size_t end);
-    int check_line(const Line& line, std::uint32_t name);
-    int mark(const Replaced& line);
-    int withdraw(const std::vector<Replaced>& lines, bool is_durable);
+    int check_line(const Place& line, std::uint32_t name);
+    int mark_dead(const Superseded& line);
+    int mark_dead_at_once(const std::vector<Superseded>& lines, bool is_durable);
     int write(std::size_t offset, std::string_view bytes);
     void undo(std::size_t offset, std::string_view bytes);
 

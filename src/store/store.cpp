@@ -14,7 +14,7 @@ namespace {
 constexpr std::string_view version_key = "Version";
 
 bool can_be_written(std::string_view key) {
-    return file::is_key(key) && !is_reserved(key);
+    return format::is_name(key) && !format::is_default_name(key);
 }
 
 struct UnlockAtEnd {
@@ -45,16 +45,8 @@ zelva_core_status Store::open(std::string_view name) {
 
 std::optional<zelva_core_status> Store::load(const file::StoreFile& file, file::StoreFile::Access access,
                                              Contents& contents) const {
-    Entries& entries = *contents.entries;
-    const auto use_entry = [&entries, &text = *contents.text](file::Entry&& entry, file::Line line) {
-        if (entries.is_empty()) {
-            constexpr std::size_t usual_line = 48;
-            entries.reserve(text.size() / (2 * usual_line));  // with a default each
-        }
-        return entries.add(entry.key, std::move(entry.value), line);
-    };
     const std::optional<zelva_core_status> status =
-        file.load(access, *contents.text, use_entry, contents.revision, contents.layout);
+        file.load(access, *contents.text, *contents.entries, contents.revision, contents.layout);
     if (status != ZELVA_CORE_STATUS_SETTING_NOT_PRESENT) {
         return status;
     }
@@ -159,7 +151,7 @@ bool Store::contains(std::string_view key) {
 
 zelva_core_status Store::look_up(ReadLock& lock, std::string_view key, Slot slot, Type type,
                                  const value::Packed*& found) {
-    if (is_reserved(key)) {
+    if (format::is_default_name(key)) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;  // whatever has become of the file
     }
     if (const zelva_core_status status = refresh(lock)) {
@@ -172,7 +164,7 @@ zelva_core_status Store::find(std::string_view key, Slot slot, Type type, const 
     if (!contents_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;
     }
-    const Held* entry = contents_->entries->find(key, Slot::value);
+    const Cell* entry = contents_->entries->find(key, Slot::value);
     if (entry == nullptr) {
         return ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
     }
@@ -278,8 +270,8 @@ zelva_core_status SettingsStore::reload() {
 
 zelva_core_status SettingsStore::put(std::string_view key, Slot slot, const Value& value) {
     const Entries& entries = *contents_->entries;
-    const Held* present = entries.find(key, Slot::value);
-    std::vector<file::Change> changes;
+    const Cell* present = entries.find(key, Slot::value);
+    std::vector<format::Change> changes;
     if (present == nullptr) {
         changes.push_back(change_of(key, Slot::default_value, value));
         changes.push_back(change_of(key, Slot::value, value));
@@ -298,14 +290,14 @@ zelva_core_status SettingsStore::put(std::string_view key, Slot slot, const Valu
     return commit(changes);
 }
 
-bool SettingsStore::is_written(std::string_view key, Slot slot, const Held& present, const Value& value) const {
+bool SettingsStore::is_written(std::string_view key, Slot slot, const Cell& present, const Value& value) const {
     if (!value::is_same(present.value, value)) {
         return false;
     }
     // A person may have written the line otherwise.
     std::string line;
-    file::write_line(entry_name(key, slot), value, line);
-    return lock_status_ == ZELVA_CORE_STATUS_NO_ERROR && contents_->file->has_line(present.line, line);
+    format::write_line(format::entry_name(key, slot), value, line);
+    return lock_status_ == ZELVA_CORE_STATUS_NO_ERROR && contents_->file->has_line(present.place, line);
 }
 
 zelva_core_status SettingsStore::confirm() {
@@ -314,13 +306,14 @@ zelva_core_status SettingsStore::confirm() {
     return lock_status_ == ZELVA_CORE_STATUS_NO_ERROR && is_to_be_flushed ? flush(false) : lock_status_;
 }
 
-file::Change SettingsStore::change_of(std::string_view key, Slot slot, std::optional<Value> value) const {
-    const Held* present = contents_->entries->find(key, slot);
-    return {entry_name(key, slot), std::move(value), present == nullptr ? std::nullopt : std::optional(present->line)};
+format::Change SettingsStore::change_of(std::string_view key, Slot slot, std::optional<Value> value) const {
+    const Cell* present = contents_->entries->find(key, slot);
+    return {format::entry_name(key, slot), std::move(value),
+            present == nullptr ? std::nullopt : std::optional(present->place)};
 }
 
 zelva_core_status SettingsStore::copy(Type type, std::string_view old_key, std::string_view new_key) {
-    if (is_reserved(old_key) || !can_be_written(new_key)) {
+    if (format::is_default_name(old_key) || !can_be_written(new_key)) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
     return change([&] {
@@ -331,39 +324,39 @@ zelva_core_status SettingsStore::copy(Type type, std::string_view old_key, std::
 }
 
 zelva_core_status SettingsStore::remove(std::string_view key) {
-    if (is_reserved(key)) {
+    if (format::is_default_name(key)) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
     return change([&] {
         if (contents_->entries->find(key, Slot::value) == nullptr) {
             return ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
         }
-        std::vector<file::Change> changes;
+        std::vector<format::Change> changes;
         changes.push_back(change_of(key, Slot::value, std::nullopt));
         changes.push_back(change_of(key, Slot::default_value, std::nullopt));
         return commit(changes);
     });
 }
 
-zelva_core_status SettingsStore::commit(const std::vector<file::Change>& changes) {
+zelva_core_status SettingsStore::commit(const std::vector<format::Change>& changes) {
     if (lock_status_ != ZELVA_CORE_STATUS_NO_ERROR) {
         return lock_status_;
     }
     Entries& entries = *contents_->entries;
     // What the changes need in memory is taken here, since nothing may fail once the file has changed.
-    std::vector<Held> fresh(changes.size());
+    std::vector<Cell> fresh(changes.size());
     bool is_done = false;
     struct GiveRoomBack {
         SettingsStore& store;
-        const std::vector<file::Change>& changes;
+        const std::vector<format::Change>& changes;
         const bool& is_done;
         ~GiveRoomBack() {
             if (is_done) {
                 return;
             }
             const std::lock_guard lock(store.memory_);
-            for (const file::Change& change : changes) {
-                store.contents_->entries->give_back(change.key);
+            for (const format::Change& change : changes) {
+                store.contents_->entries->give_back(change.name);
             }
         }
     };
@@ -373,15 +366,15 @@ zelva_core_status SettingsStore::commit(const std::vector<file::Change>& changes
             continue;
         }
         fresh[i].value = value::Packed(*changes[i].value);
-        if (!changes[i].line) {
+        if (!changes[i].place) {
             const std::lock_guard lock(memory_);
-            entries.prepare(changes[i].key);
+            entries.prepare(changes[i].name);
         }
     }
-    const auto placed = [&](std::string_view name, file::Line line) {
+    const auto placed = [&](std::string_view name, format::Place line) {
         for (std::size_t i = 0; i < changes.size(); ++i) {
-            if (changes[i].value && changes[i].key == name) {
-                fresh[i].line = line;
+            if (changes[i].value && changes[i].name == name) {
+                fresh[i].place = line;
                 return;
             }
         }
@@ -394,25 +387,25 @@ zelva_core_status SettingsStore::commit(const std::vector<file::Change>& changes
         [&] {
             for (std::size_t i = 0; i < changes.size(); ++i) {
                 if (changes[i].value) {
-                    entries.put(changes[i].key, std::move(fresh[i]));
+                    entries.put(changes[i].name, std::move(fresh[i]));
                 } else {
-                    entries.erase(changes[i].key);
+                    entries.erase(changes[i].name);
                 }
             }
             is_done = true;
         });
 }
 
-void SettingsStore::move_line(std::string_view name, file::Line line) {
-    if (Held* const held = contents_->entries->find(name)) {
-        held->line = line;
+void SettingsStore::move_line(std::string_view name, format::Place line) {
+    if (Cell* const held = contents_->entries->find(name)) {
+        held->place = line;
     }
 }
 
-zelva_core_status SettingsStore::flush(bool is_to_be_tidied) {
-    const auto placed = [this](std::string_view name, file::Line line) { move_line(name, line); };
+zelva_core_status SettingsStore::flush(bool is_checkpoint) {
+    const auto placed = [this](std::string_view name, format::Place line) { move_line(name, line); };
     return modify(
-        [&](file::Stamp& stamp) { return contents_->file->flush(is_to_be_tidied, contents_->layout, stamp, placed); },
+        [&](file::Stamp& stamp) { return contents_->file->flush(is_checkpoint, contents_->layout, stamp, placed); },
         [] {});
 }
 
@@ -448,8 +441,8 @@ zelva_core_status SettingsStore::modify(Work&& work, InMemory&& in_memory) {
 zelva_core_status SettingsStore::sync() {
     return change([&] {
         const file::Layout& layout = contents_->layout;
-        return lock_status_ == ZELVA_CORE_STATUS_NO_ERROR && !(layout.is_flushed && layout.replaced.empty())
-                   ? flush(!layout.replaced.empty())
+        return lock_status_ == ZELVA_CORE_STATUS_NO_ERROR && !(layout.is_flushed && layout.superseded.empty())
+                   ? flush(!layout.superseded.empty())
                    : lock_status_;
     });
 }
@@ -499,7 +492,7 @@ void SettingsStore::tidy() {
 }
 
 zelva_core_status SettingsStore::type(std::string_view key, Type& type) {
-    if (is_reserved(key)) {
+    if (format::is_default_name(key)) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
     ReadLock lock(memory_);
@@ -509,7 +502,7 @@ zelva_core_status SettingsStore::type(std::string_view key, Type& type) {
     if (!contents_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;
     }
-    const Held* entry = contents_->entries->find(key, Slot::value);
+    const Cell* entry = contents_->entries->find(key, Slot::value);
     if (entry == nullptr) {
         return ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
     }
@@ -539,7 +532,7 @@ zelva_core_status SettingsStore::announce_version(unsigned announced, unsigned& 
     const zelva_core_status status = change([&] {
         file = contents_->file;
         const Entries& entries = *contents_->entries;
-        const Held* version = entries.find(version_key, Slot::value);
+        const Cell* version = entries.find(version_key, Slot::value);
         if (version != nullptr && version->value.type() != value::type_for<int>) {
             return ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE;
         }
@@ -556,7 +549,7 @@ zelva_core_status SettingsStore::announce_version(unsigned announced, unsigned& 
                 return cleared;
             }
         }
-        std::vector<file::Change> changes;
+        std::vector<format::Change> changes;
         changes.push_back(change_of(version_key, Slot::value, Value(static_cast<int>(announced))));
         return commit(changes);
     });
@@ -579,14 +572,14 @@ zelva_core_status SettingsStore::clear_default(std::string_view key) {
     const auto and_update = [this](zelva_core_status status) {
         return status == ZELVA_CORE_STATUS_NO_ERROR ? update() : status;
     };
-    const bool has_replaced = !contents_->layout.replaced.empty();
-    if (has_replaced) {
+    const bool has_superseded = !contents_->layout.superseded.empty();
+    if (has_superseded) {
         // Among these may be a default that a refused set has left.
         if (const zelva_core_status status = and_update(flush(true))) {
             return status;
         }
     }
-    if (contents_->durability == ZELVA_CORE_DURABILITY_FULL && (has_replaced || !contents_->layout.is_flushed)) {
+    if (contents_->durability == ZELVA_CORE_DURABILITY_FULL && (has_superseded || !contents_->layout.is_flushed)) {
         // The key may have been deleted since the last flush, and its default with it.
         if (const zelva_core_status status = and_update(flush(false))) {
             return status;

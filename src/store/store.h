@@ -21,12 +21,15 @@
 
 #include "file/paths.h"
 #include "file/store_file.h"
-#include "store/entries.h"
+#include "format/entries.h"
 #include "store/readers_lock.h"
 #include "value/value.h"
 
 namespace zelva::store {
 
+using format::Cell;
+using format::Entries;
+using format::Slot;
 using value::Type;
 using value::Value;
 
@@ -77,7 +80,7 @@ class Store {
         std::unique_ptr<std::string> text = std::make_unique<std::string>();
         std::unique_ptr<Entries> entries = std::make_unique<Entries>();  // only the holder of writing_ asks for lines
         file::Revision revision;                                         // of the file that the entries are those of
-        file::Layout layout;  // of that file; only the holder of writing_ asks for it
+        format::Layout layout;  // of that file; only the holder of writing_ asks for it
         zelva_core_durability durability = ZELVA_CORE_DURABILITY_FULL;
         std::optional<Versions> versions;  // since the first announcement
     };
@@ -120,13 +123,13 @@ class Store {
     /// Guards contents_ between readers and the holder of writing_. Never held while waiting for the disk, so that a
     /// reader does not wait for it either. Taken after all others.
     mutable ReadersLock memory_;
-    /// Held by who opens, closes or changes the store, also while waiting for the disk.
+    /// Cell by who opens, closes or changes the store, also while waiting for the disk.
     std::mutex writing_;
-    /// Held by who lists keys, one at a time, which may put them in order first. Taken after writing_.
+    /// Cell by who lists keys, one at a time, which may put them in order first. Taken after writing_.
     std::mutex listing_;
-    /// Held by who reads the file again for readers, one at a time. Taken after these, before memory_.
+    /// Cell by who reads the file again for readers, one at a time. Taken after these, before memory_.
     std::mutex refreshing_;
-    /// Held while a change of this program is over for others and memory does not have it yet. Taken after these,
+    /// Cell while a change of this program is over for others and memory does not have it yet. Taken after these,
     /// before memory_, and only by who holds writing_ or refreshing_: so it is free when a fork holds those.
     std::mutex ending_;
     std::optional<Contents> contents_;  // has a value while the store is open
@@ -200,22 +203,22 @@ class SettingsStore : public Store {
     zelva_core_status put(std::string_view key, Slot slot, const Value& value);
 
     /// What is to become of an entry.
-    file::Change change_of(std::string_view key, Slot slot, std::optional<Value> value) const;
+    format::Change change_of(std::string_view key, Slot slot, std::optional<Value> value) const;
 
     /// Whether an entry has this value, and its line is what would be written. REQUIRES: within change().
-    bool is_written(std::string_view key, Slot slot, const Held& present, const Value& value) const;
+    bool is_written(std::string_view key, Slot slot, const Cell& present, const Value& value) const;
 
     /// Makes sure that what is there has reached the disk, if sets are to be durable. REQUIRES: within change().
     zelva_core_status confirm();
 
     /// Makes the changes in the file and then in memory, or not at all. REQUIRES: within change().
-    zelva_core_status commit(const std::vector<file::Change>& changes);
+    zelva_core_status commit(const std::vector<format::Change>& changes);
 
     /// Notes that an entry's line has another place in the file.
-    void move_line(std::string_view name, file::Line line);
+    void move_line(std::string_view name, format::Place line);
 
     /// Makes sure that the file has reached the disk. REQUIRES: within change().
-    zelva_core_status flush(bool is_to_be_tidied);
+    zelva_core_status flush(bool is_checkpoint);
 
     /// Sees to it that there is no default for an absent key to come by. May read the file again. REQUIRES: within
     /// change().

@@ -20,10 +20,10 @@
 #include <utility>
 #include <vector>
 
-#include "file/layout.h"
-#include "file/line.h"
 #include "file/shared_state.h"
 #include "file/writer.h"
+#include "format/dead_space.h"
+#include "format/reader.h"
 #include "programs.h"
 #include "support.h"
 #include "watched_system.h"
@@ -37,6 +37,7 @@ namespace {
 
 namespace fs = std::filesystem;
 namespace file = zelva::file;
+namespace format = zelva::format;
 
 /// Interferes with calls of the system for as long as it lives.
 class Interference {
@@ -71,12 +72,12 @@ std::string dead_lines() {
 
 /// A text and a comment behind it that fill a page: the next line needs another one.
 std::string filled_page(const std::string& text) {
-    return text + "#" + std::string(file::page_size - text.size() - 2, '.') + "\n";
+    return text + "#" + std::string(format::page_size - text.size() - 2, '.') + "\n";
 }
 
 /// Whether the file is to get another page.
 bool is_growing(const Call& call) {
-    return call.name == "pwrite"s && call.size >= file::page_size;
+    return call.name == "pwrite"s && call.size >= format::page_size;
 }
 
 /// What a program leaves that dies in the middle of a change which nobody has seen yet.
@@ -122,12 +123,12 @@ BOOST_AUTO_TEST_CASE(a_file_of_two_gibibytes_is_refused_before_any_of_it_is_read
 
 BOOST_AUTO_TEST_CASE(a_file_does_not_become_longer_than_two_gibibytes) {
     const file::Descriptor none;
-    file::Layout layout;
+    format::Layout layout;
     layout.size = INT_MAX - 8000;
     file::Writer writer(none, layout, ZELVA_CORE_DURABILITY_FULL);
     bool is_placed = false;
     BOOST_CHECK_EQUAL(EFBIG,
-                      writer.put({{"k", Value(1), {}}}, [&](std::string_view, file::Line) { is_placed = true; }));
+                      writer.put({{"k", Value(1), {}}}, [&](std::string_view, format::Place) { is_placed = true; }));
     BOOST_CHECK(!is_placed);
     BOOST_CHECK_EQUAL(INT_MAX - 8000, layout.size);
 }
@@ -456,13 +457,13 @@ BOOST_AUTO_TEST_CASE(a_failed_first_write_of_a_key_that_has_only_a_default_leave
 // On a full disk, the room of withdrawn lines at the end of the file is taken first.
 BOOST_AUTO_TEST_CASE(a_set_is_refused_where_withdrawn_lines_cannot_be_cut_off_a_full_disk) {
     std::string text = "k = I1\n#" + std::string(3000, '.') + "\n";
-    text += "=" + std::string(file::page_size - text.size() - 2, 'x') + "\n";
+    text += "=" + std::string(format::page_size - text.size() - 2, 'x') + "\n";
     for (const char* name : {"ftruncate", "fdatasync"}) {
         const OpenStore store(text);
         {
             bool is_full = false;
             const Interference interference([&](const Call& call) {
-                is_full = is_full || (call.name == "pwrite"s && call.size >= file::page_size);
+                is_full = is_full || (call.name == "pwrite"s && call.size >= format::page_size);
                 return Fate{call.name == "pwrite"s && is_full           ? ENOSPC
                             : is_full && name == std::string(call.name) ? EIO
                                                                         : 0};
@@ -607,7 +608,7 @@ BOOST_AUTO_TEST_CASE(a_removed_lock_is_made_again_and_another_one_in_its_place_i
             write_file(shared_state_path(), "");
         }
         BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
-        BOOST_CHECK_EQUAL(file::page_size, fs::file_size(shared_state_path()));
+        BOOST_CHECK_EQUAL(format::page_size, fs::file_size(shared_state_path()));
     }
 }
 
@@ -642,7 +643,7 @@ BOOST_AUTO_TEST_CASE(a_set_gives_what_programs_share_its_page_again_that_somebod
             BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 3));
         }
         BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 4));
-        BOOST_CHECK_EQUAL(file::page_size, fs::file_size(shared_state_path()));
+        BOOST_CHECK_EQUAL(format::page_size, fs::file_size(shared_state_path()));
         BOOST_CHECK_EQUAL(Value(4), value_of("k"));
     }
 }
@@ -822,11 +823,11 @@ BOOST_AUTO_TEST_CASE(a_forked_child_has_the_store_open_once_it_writes) {
 BOOST_AUTO_TEST_CASE(what_a_writer_knows_of_a_file_is_what_the_file_holds) {
     const OpenStore store;
     const file::Descriptor descriptor(open(store_path().c_str(), O_RDWR | O_CLOEXEC));
-    file::Layout layout;
-    std::map<std::string, file::Line, std::less<>> lines;
+    format::Layout layout;
+    std::map<std::string, format::Place, std::less<>> lines;
     bool is_full = false;
     const Interference interference([&](const Call& call) {
-        return Fate{is_full && call.name == "pwrite"s && call.size >= file::page_size ? ENOSPC : 0};
+        return Fate{is_full && call.name == "pwrite"s && call.size >= format::page_size ? ENOSPC : 0};
     });
     int refused = 0;
     int done_when_full = 0;
@@ -841,7 +842,7 @@ BOOST_AUTO_TEST_CASE(what_a_writer_knows_of_a_file_is_what_the_file_holds) {
         const bool is_removed = is_present && i % 3 == 0;
         const std::size_t sizes[] = {1, 200, 500, 700, 5000};
         const Value value(std::string(sizes[i % 5], 'v'));
-        std::vector<file::Change> changes;
+        std::vector<format::Change> changes;
         if (is_removed) {
             changes.push_back({key, {}, line_of(key)});
             changes.push_back({"DEFAULT_" + key, {}, line_of("DEFAULT_" + key)});
@@ -852,21 +853,25 @@ BOOST_AUTO_TEST_CASE(what_a_writer_knows_of_a_file_is_what_the_file_holds) {
             changes.push_back({key, value, line_of(key)});
         }
         file::Writer writer(descriptor, layout, ZELVA_CORE_DURABILITY_FULL);
-        const auto placed = [&lines](std::string_view name, file::Line line) { lines[std::string(name)] = line; };
+        const auto placed = [&lines](std::string_view name, format::Place line) { lines[std::string(name)] = line; };
         const int error = is_removed ? writer.remove(changes) : writer.put(changes, placed);
-        for (const file::Change& change : changes) {
+        for (const format::Change& change : changes) {
             if (is_removed && error == 0) {
-                lines.erase(change.key);
+                lines.erase(change.name);
             }
         }
         refused += error != 0 ? 1 : 0;
         done_when_full += is_full && error == 0 ? 1 : 0;
-        std::map<std::string, file::Line, std::less<>> held;
+        std::map<std::string, format::Place, std::less<>> held;
         const std::string text = read_file(store_path());
-        const file::Layout found = file::read_layout(text, [&held](file::Entry&& entry, file::Line line) {
-            const auto [place, is_new] = held.try_emplace(std::string(entry.key), line);
-            return is_new ? std::nullopt : std::optional(std::exchange(place->second, line));
-        });
+        format::Entries entries;
+        const format::Layout found = format::read_layout(text, entries);
+        format::Reader reader(text);
+        for (format::Line line; reader.next(line);) {
+            if (line.kind == format::Kind::entry) {
+                held[std::string(line.name)] = line.place;
+            }
+        }
         BOOST_TEST_CONTEXT("change " << i << " of " << key << (is_removed ? ", removed" : "") << ", error " << error) {
             BOOST_CHECK_EQUAL(found.size, layout.size);
             BOOST_CHECK_EQUAL(found.text_end, layout.text_end);
@@ -886,8 +891,8 @@ BOOST_AUTO_TEST_CASE(what_a_writer_knows_of_a_file_is_what_the_file_holds) {
 
 // No program can pass one; what stands behind it would be lost.
 BOOST_AUTO_TEST_CASE(a_name_that_holds_a_NUL_is_no_key) {
-    BOOST_CHECK(file::is_key("kl"));
-    BOOST_CHECK(!file::is_key("k\0l"s));
+    BOOST_CHECK(format::is_name("kl"));
+    BOOST_CHECK(!format::is_name("k\0l"s));
 }
 
 BOOST_AUTO_TEST_CASE(a_compaction_leaves_out_a_withdrawn_line_that_is_damaged) {
@@ -901,10 +906,12 @@ BOOST_AUTO_TEST_CASE(a_compaction_leaves_out_a_withdrawn_line_that_is_damaged) {
 BOOST_AUTO_TEST_CASE(a_line_is_fitted_into_withdrawn_lines_without_changing_any_other) {
     const auto meaning_of = [](const std::string& text) {
         std::vector<std::string> lines;
-        file::read_layout(text, [&](file::Entry&& entry, file::Line line) {
-            lines.push_back(std::string(entry.key) + text.substr(line.offset, line.size));
-            return std::nullopt;
-        });
+        format::Reader reader(text);
+        for (format::Line line; reader.next(line);) {
+            if (line.kind == format::Kind::entry) {
+                lines.push_back(std::string(line.name) + text.substr(line.place.offset, line.place.size));
+            }
+        }
         return lines;
     };
     std::size_t fitted = 0;
@@ -918,7 +925,7 @@ BOOST_AUTO_TEST_CASE(a_line_is_fitted_into_withdrawn_lines_without_changing_any_
                 const std::string text = head + between + "=" + std::string(withdrawn - 2, 'w') + "\nb = I2\n";
                 for (const std::size_t size : {8U, 9U, 28U, 400U, 508U}) {
                     const std::string line = "n = S" + std::string(size - 6, 'n') + "\n";
-                    const auto patch = file::fitted_into_withdrawn(text, line);
+                    const auto patch = format::find_dead_space(text, line);
                     if (!patch) {
                         ++refused;
                         BOOST_CHECK_LT(withdrawn, 2 * size + 2);  // a sector's end may be in between
@@ -928,9 +935,9 @@ BOOST_AUTO_TEST_CASE(a_line_is_fitted_into_withdrawn_lines_without_changing_any_
                     std::string changed = text;
                     changed.replace(patch->offset, patch->bytes.size(), patch->bytes);
                     BOOST_CHECK_EQUAL(text.size(), changed.size());
-                    BOOST_CHECK_EQUAL(patch->offset / file::sector_size,
-                                      (patch->offset + patch->bytes.size() - 1) / file::sector_size);
-                    BOOST_CHECK_EQUAL(line, changed.substr(patch->text_offset, line.size()));
+                    BOOST_CHECK_EQUAL(patch->offset / format::sector_size,
+                                      (patch->offset + patch->bytes.size() - 1) / format::sector_size);
+                    BOOST_CHECK_EQUAL(line, changed.substr(patch->line_offset, line.size()));
                     std::vector<std::string> expected = meaning_of(text);
                     expected.insert(expected.end() - 1, "n" + line);
                     BOOST_CHECK(expected == meaning_of(changed));

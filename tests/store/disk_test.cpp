@@ -19,7 +19,7 @@
 #include <thread>
 #include <utility>
 
-#include "file/layout.h"
+#include "format/layout.h"
 #include "programs.h"
 #include "support.h"
 #include "watched_system.h"
@@ -458,7 +458,7 @@ BOOST_AUTO_TEST_CASE(a_set_costs_one_flush_and_two_writes_of_its_line_and_two_by
         int usual = 0;
         for (int i = 0; i < 2000; ++i) {
             const std::string key = "key" + std::to_string(i % 20);
-            const std::string text = text_of(static_cast<std::size_t>(i) % (zelva::file::sector_size - 12));
+            const std::string text = text_of(static_cast<std::size_t>(i) % (zelva::format::sector_size - 12));
             const bool is_present = zelva_core_settings_does_key_exist(key.c_str());
             const auto size = fs::file_size(store_path());
             zelva_core_status status{};
@@ -469,7 +469,7 @@ BOOST_AUTO_TEST_CASE(a_set_costs_one_flush_and_two_writes_of_its_line_and_two_by
             }
             ++usual;
             const std::size_t line = (key + " = S" + text + "n\n").size();
-            BOOST_REQUIRE(line <= zelva::file::sector_size);
+            BOOST_REQUIRE(line <= zelva::format::sector_size);
             BOOST_CHECK_EQUAL(is_relaxed ? 0U : 1U, calls.count("fdatasync"));
             BOOST_CHECK_EQUAL(0U, calls.count("fsync"));
             BOOST_CHECK(calls.count("pread") <= 2);  // whether the padding and the old line are what they were
@@ -490,7 +490,7 @@ BOOST_AUTO_TEST_CASE(a_new_key_costs_one_flush_and_one_write) {
 }
 
 BOOST_AUTO_TEST_CASE(a_line_of_more_than_a_sector_costs_two_flushes_or_a_relaxed_one_each_time) {
-    constexpr std::size_t sector = zelva::file::sector_size;
+    constexpr std::size_t sector = zelva::format::sector_size;
     struct Case {
         std::string key;
         std::size_t size;
@@ -1281,7 +1281,7 @@ BOOST_AUTO_TEST_CASE(a_refused_set_on_a_full_disk_changes_nothing_though_an_old_
 
 // Withdrawn lines hold what looks like an entry.
 BOOST_AUTO_TEST_CASE(a_line_that_takes_the_place_of_a_longer_one_leaves_nothing_of_it_and_crosses_no_sector) {
-    using zelva::file::sector_size;
+    using zelva::format::sector_size;
     std::string file = "#" + std::string(298, '.') + "\n=" + text_of(1500) + "\nl = I1\n";
     file += "#" + std::string(4096 - file.size() - 2, '.') + "\n";
     for (const unsigned size : {10U, 100U, 200U, 300U, 400U, 450U}) {

@@ -16,7 +16,7 @@
 #include <random>
 #include <string>
 
-#include "file/layout.h"
+#include "format/layout.h"
 #include "support.h"
 #include "watched_system.h"
 
@@ -133,9 +133,9 @@ std::atomic<unsigned>& acknowledged() {
 void kill_before_call(std::size_t n, bool is_in_the_middle) {
     before_call = [n, is_in_the_middle, count = std::size_t{0}](const Call& call) mutable {
         ++count;
-        const bool is_long = call.name == "pwrite"s && call.size > zelva::file::page_size;
+        const bool is_long = call.name == "pwrite"s && call.size > zelva::format::page_size;
         if (count == n && is_in_the_middle && is_long) {
-            return Fate{0, zelva::file::page_size};
+            return Fate{0, zelva::format::page_size};
         }
         if (count >= n) {
             kill(getpid(), SIGKILL);
@@ -292,7 +292,7 @@ void check_kill(const std::optional<std::string>& start, const std::vector<Step>
 }
 
 bool is_long_write(const Call& call) {
-    return call.name == "pwrite"s && call.size > zelva::file::page_size;
+    return call.name == "pwrite"s && call.size > zelva::format::page_size;
 }
 
 /// The calls of a script, and whether it does all that is to be interrupted.

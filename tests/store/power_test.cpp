@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-#include "file/line.h"
+#include "format/line.h"
 #include "simulated_disk.h"
 #include "support.h"
 
@@ -204,8 +204,8 @@ bool has_line_of(std::string_view text, const std::string& key) {
     for (std::size_t begin = 0; begin < text.size();) {
         const std::size_t end = std::min(text.find('\n', begin), text.size());
         const std::string_view line = text.substr(begin, end - begin);
-        const auto entry = line.find('\0') == std::string_view::npos ? zelva::file::read_line(line) : std::nullopt;
-        if (entry && (entry->key == key || entry->key == "DEFAULT_" + key)) {
+        const auto entry = zelva::format::is_damaged(line) ? zelva::format::Entry() : zelva::format::read_line(line);
+        if (entry.kind == zelva::format::Kind::entry && (entry.name == key || entry.name == "DEFAULT_" + key)) {
             return true;
         }
         begin = end + 1;

@@ -1,6 +1,4 @@
-// What a store holds in memory: its keys, each with its value, its default and where their lines are in the file.
-//
-// The names of entries are those of lines: a key's default is an entry under the key's name with "DEFAULT_" before it.
+// The entries of a settings file, by key: each with its value, its default and the places of their lines.
 #pragma once
 
 #include <array>
@@ -14,24 +12,15 @@
 #include <utility>
 #include <vector>
 
-#include "file/layout.h"
+#include "format/line.h"
 #include "value/packed.h"
 
-namespace zelva::store {
+namespace zelva::format {
 
-/// The two entries that a key can have.
-enum class Slot { value, default_value };
-
-/// Whether a name is that of a default.
-bool is_reserved(std::string_view name);
-
-/// The name of an entry.
-std::string entry_name(std::string_view key, Slot slot);
-
-/// A value, and where it stands in the file.
-struct Held {
+/// A value, and the place of its line.
+struct Cell {
     value::Packed value;
-    file::Line line;
+    Place place;
 };
 
 class Entries {
@@ -40,19 +29,19 @@ class Entries {
     void reserve(std::size_t keys);
     bool is_empty() const { return count_ == 0; }
 
-    /// Adds an entry of a file, whose text outlives this. Gives the line that its name had before, if it had one.
-    std::optional<file::Line> add(std::string_view name, value::Packed&& value, file::Line line);
+    /// Adds an entry of a file, whose text outlives this. Gives the place of the entry that it supersedes, if any.
+    std::optional<Place> add(std::string_view name, value::Packed&& value, Place place);
 
     /// nullptr where there is none.
-    const Held* find(std::string_view key, Slot slot) const;
+    const Cell* find(std::string_view key, Slot slot) const;
 
     /// By its name.
-    Held* find(std::string_view name);
+    Cell* find(std::string_view name);
 
     /// Makes room for an entry of this name; it comes to be with put(), which cannot fail, or the room is given back.
     /// An entry that there is needs none.
     void prepare(std::string_view name);
-    void put(std::string_view name, Held held);
+    void put(std::string_view name, Cell cell);
     void give_back(std::string_view name);
 
     /// Removes an entry, if there is one.
@@ -88,14 +77,14 @@ class Entries {
         static Owner make(std::string_view name, Pool* pool);
 
         std::string_view name() const { return {reinterpret_cast<const char*>(this + 1), size_}; }
-        const Held& at(Slot slot) const { return slots_[static_cast<std::size_t>(slot)]; }
-        Held& at(Slot slot) { return slots_[static_cast<std::size_t>(slot)]; }
+        const Cell& at(Slot slot) const { return slots_[static_cast<std::size_t>(slot)]; }
+        Cell& at(Slot slot) { return slots_[static_cast<std::size_t>(slot)]; }
         bool is_empty() const { return !slots_[0].value.has_value() && !slots_[1].value.has_value(); }
 
       private:
         Record(std::size_t size, bool is_pooled) : size_(static_cast<std::uint32_t>(size)), is_pooled_(is_pooled) {}
 
-        std::array<Held, 2> slots_;
+        std::array<Cell, 2> slots_;
         const std::uint32_t size_;
         const bool is_pooled_;
     };
@@ -128,4 +117,4 @@ class Entries {
     std::vector<Record*> sorted_;  // once there has been a list
 };
 
-}  // namespace zelva::store
+}  // namespace zelva::format

@@ -1,4 +1,4 @@
-#include "store/entries.h"
+#include "format/entries.h"
 
 #include <algorithm>
 #include <new>
@@ -6,33 +6,15 @@
 
 #include "value/text.h"
 
-namespace zelva::store {
+namespace zelva::format {
 
 namespace {
-
-constexpr std::string_view default_prefix = "DEFAULT_";
-
-/// The key and the slot that a name stands for.
-std::pair<std::string_view, Slot> parsed(std::string_view name) {
-    return is_reserved(name) ? std::pair(name.substr(default_prefix.size()), Slot::default_value)
-                             : std::pair(name, Slot::value);
-}
 
 std::size_t hash_of(std::string_view key) {
     return std::hash<std::string_view>()(key);
 }
 
 }  // namespace
-
-bool is_reserved(std::string_view name) {
-    return value::begins_with(name, default_prefix);
-}
-
-std::string entry_name(std::string_view key, Slot slot) {
-    std::string name(slot == Slot::value ? "" : default_prefix);
-    name += key;
-    return name;
-}
 
 void* Entries::Pool::take(std::size_t size) {
     constexpr std::size_t usual_block = 65536;
@@ -124,31 +106,31 @@ void Entries::remove_record(std::string_view key) {
     }
 }
 
-std::optional<file::Line> Entries::add(std::string_view name, value::Packed&& value, file::Line line) {
-    const auto [key, slot] = parsed(name);
+std::optional<Place> Entries::add(std::string_view name, value::Packed&& value, Place place) {
+    const auto [key, slot] = parse_name(name);
     // A key's two lines mostly follow each other.
     if (last_added_ == nullptr || last_added_->name() != key) {
         last_added_ = record_or_new(key, &pool_).first;
     }
-    Held& held = last_added_->at(slot);
-    const auto earlier = held.value.has_value() ? std::optional(held.line) : std::nullopt;
-    held.value = std::move(value);
-    held.line = line;
+    Cell& cell = last_added_->at(slot);
+    const auto earlier = cell.value.has_value() ? std::optional(cell.place) : std::nullopt;
+    cell.value = std::move(value);
+    cell.place = place;
     return earlier;
 }
 
-const Held* Entries::find(std::string_view key, Slot slot) const {
+const Cell* Entries::find(std::string_view key, Slot slot) const {
     const Record* const record = record_of(key);
     return record != nullptr && record->at(slot).value.has_value() ? &record->at(slot) : nullptr;
 }
 
-Held* Entries::find(std::string_view name) {
-    const auto [key, slot] = parsed(name);
-    return const_cast<Held*>(find(key, slot));
+Cell* Entries::find(std::string_view name) {
+    const auto [key, slot] = parse_name(name);
+    return const_cast<Cell*>(find(key, slot));
 }
 
 void Entries::prepare(std::string_view name) {
-    const std::string_view key = parsed(name).first;
+    const std::string_view key = parse_name(name).key;
     if (is_sorted_ && sorted_.size() == sorted_.capacity()) {
         sorted_.reserve(2 * sorted_.size() + 1);
     }
@@ -158,13 +140,13 @@ void Entries::prepare(std::string_view name) {
     }
 }
 
-void Entries::put(std::string_view name, Held held) {
-    const auto [key, slot] = parsed(name);
-    record_of(key)->at(slot) = std::move(held);
+void Entries::put(std::string_view name, Cell cell) {
+    const auto [key, slot] = parse_name(name);
+    record_of(key)->at(slot) = std::move(cell);
 }
 
 void Entries::give_back(std::string_view name) {
-    const std::string_view key = parsed(name).first;
+    const std::string_view key = parse_name(name).key;
     const Record* const record = record_of(key);
     if (record != nullptr && record->is_empty()) {
         remove_record(key);
@@ -172,8 +154,8 @@ void Entries::give_back(std::string_view name) {
 }
 
 void Entries::erase(std::string_view name) {
-    if (Held* const held = find(name)) {
-        *held = {};
+    if (Cell* const cell = find(name)) {
+        *cell = {};
         give_back(name);
     }
 }
@@ -210,4 +192,4 @@ void Entries::list(std::string_view prefix, const std::function<void(std::string
     }
 }
 
-}  // namespace zelva::store
+}  // namespace zelva::format
