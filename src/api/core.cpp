@@ -101,7 +101,7 @@ zelva_core_status zelva_core_init(void) {
     return api::guarded([] {
         api::settings();
         api::configuration();
-        return file::check_settings_directory();
+        return file::status_of(file::check_settings_directory());
     });
 }
 

@@ -10,7 +10,7 @@ const char* zelva_core_debug_get_setting_path(void) {
     const char* path = nullptr;
     api::guarded([&path] {
         path = file::settings_directory().c_str();
-        return file::create_settings_directory();
+        return file::status_of(file::create_settings_directory());
     });
     return path;
 }

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <filesystem>
 #include <system_error>
 #include <vector>
@@ -115,29 +116,26 @@ int check_folder(const std::string& path, int mode) {
     return system::readlink(path.c_str(), &target, sizeof target) < 0 ? error : ENOTDIR;
 }
 
-std::string parent_of(const std::string& path) {
-    return path.substr(0, path.rfind('/') + 1);
-}
-
-/// Makes a folder in one that exists, and brings its entry there to the disk. 0, or the errno of what failed.
-int make_folder(const std::string& path, mode_t mode) {
+/// Makes a folder in one that exists, and flushes its entry there.
+Error make_folder(const std::string& path, mode_t mode) {
     if (system::mkdir(path.c_str(), mode) != 0) {
-        return errno == EEXIST ? 0 : errno;
+        return errno == EEXIST ? Error() : last_error("mkdir");
     }
-    return sync_folder(parent_of(path));
+    return sync_folder(folder_of(path));
 }
 
-/// Makes the folder for shared state, for those who may use the settings folder. 0, or the errno of what failed.
-int make_shared_folder(const std::string& path, const std::string& directory) {
+/// Makes the folder for shared state, for those who may use the settings folder.
+Error make_shared_folder(const std::string& path, const std::string& directory) {
     struct stat settings {};
     if (system::stat(directory.c_str(), &settings) != 0) {
-        return errno;
+        return last_error("stat");
     }
     if (system::mkdir(path.c_str(), S_IRWXU) != 0) {
-        return errno == EEXIST ? 0 : errno;
+        return errno == EEXIST ? Error() : last_error("mkdir");
     }
     const mode_t mode = (settings.st_mode & (ACCESSPERMS | S_ISGID)) | S_IRWXU;
-    return system::chmod(path.c_str(), mode) == 0 ? 0 : errno;  // mkdir takes away what the umask has
+    return system::chmod(path.c_str(), mode) == 0 ? Error()
+                                                  : last_error("chmod");  // mkdir takes away what the umask has
 }
 
 }  // namespace
@@ -164,27 +162,48 @@ std::string shared_state_path(const std::string& path) {
     return path.substr(0, name) + shared_state_directory + path.substr(name);
 }
 
+Error follow_links(std::string& path) {
+    constexpr int most_links = 40;
+    for (int links = 0; links < most_links; ++links) {
+        std::string target(PATH_MAX, '\0');
+        const ssize_t size = system::readlink(path.c_str(), target.data(), target.size());
+        if (size < 0) {
+            return errno == EINVAL || errno == ENOENT ? Error() : last_error("readlink");
+        }
+        target.resize(static_cast<std::size_t>(size));
+        if (target[0] != '/') {
+            target.insert(0, folder_of(path));
+        }
+        path = std::move(target);
+    }
+    return {ELOOP, "readlink", nullptr};
+}
+
+std::string folder_of(const std::string& path) {
+    return path.substr(0, path.rfind('/') + 1);
+}
+
 const std::string& settings_directory() {
     // Never destroyed: the stores may be used until the process ends.
     static const std::string& directory = *new std::string(absolute_directory());
     return directory;
 }
 
-zelva_core_status check_settings_directory() {
+Error check_settings_directory() {
     const std::string& directory = settings_directory();
     int error = check_folder(directory, X_OK);
     for (std::size_t end = directory.size(); error == ENOENT;) {  // the root folder exists
         end = directory.rfind('/', end - 1);
         error = check_folder(directory.substr(0, std::max<std::size_t>(end, 1)), W_OK);
     }
-    return status_of(error);
+    return {error, "access", &directory};
 }
 
-zelva_core_status create_settings_directory() {
+Error create_settings_directory() {
     const std::string& directory = settings_directory();
     const std::string shared = directory + shared_state_directory;
     if (exists(shared)) {
-        return ZELVA_CORE_STATUS_NO_ERROR;
+        return {};
     }
     constexpr mode_t private_mode = S_IRWXU;
     constexpr mode_t public_mode = S_IRWXU | S_IRGRP | S_IXGRP | S_IROTH | S_IXOTH;
@@ -196,23 +215,23 @@ zelva_core_status create_settings_directory() {
         if (exists(part)) {
             continue;
         }
-        if (const int error = make_folder(part, end == std::string::npos ? private_mode : parent_mode)) {
-            return status_of(error);
+        if (const Error error = make_folder(part, end == std::string::npos ? private_mode : parent_mode)) {
+            return error.of(directory);
         }
     }
     // A program that has made the settings folder may have died before its entry reached the disk. The folder for
     // shared state comes last: where it is, all of that has been done.
-    sync_folder(parent_of(directory));
-    return status_of(make_shared_folder(shared, directory));
+    sync_folder(folder_of(directory));
+    return make_shared_folder(shared, directory).of(directory);
 }
 
-zelva_core_status create_shared_state_directory(const std::string& path) {
+Error create_shared_state_directory(const std::string& path) {
     const std::string directory = path.substr(0, path.rfind('/'));
     if (directory == settings_directory()) {
         return create_settings_directory();
     }
     const std::string shared = directory + shared_state_directory;
-    return exists(shared) ? ZELVA_CORE_STATUS_NO_ERROR : status_of(make_shared_folder(shared, parent_of(path)));
+    return exists(shared) ? Error() : make_shared_folder(shared, folder_of(path));
 }
 
 }  // namespace zelva::file

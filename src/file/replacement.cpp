@@ -22,8 +22,7 @@ bool is_digest(std::string_view attribute) {
     return attribute == "security.ima" || attribute == "security.evm";
 }
 
-/// Calls a function of the system that tells a size without a buffer, and then fills one. 0, or the errno of what
-/// failed.
+/// Calls a function of the system that tells a size without a buffer, and then fills one. 0, or its errno.
 template <class Get>
 int get_whole(std::string& out, Get&& get) {
     for (;;) {
@@ -67,37 +66,16 @@ std::size_t longest_value(const std::vector<Attribute>& attributes) {
 
 }  // namespace
 
-int follow_links(std::string& path) {
-    constexpr int most_links = 40;
-    for (int links = 0; links < most_links; ++links) {
-        std::string target(PATH_MAX, '\0');
-        const ssize_t size = system::readlink(path.c_str(), target.data(), target.size());
-        if (size < 0) {
-            return errno == EINVAL || errno == ENOENT ? 0 : errno;
-        }
-        target.resize(static_cast<std::size_t>(size));
-        if (target[0] != '/') {
-            target.insert(0, folder_of(path));
-        }
-        path = std::move(target);
-    }
-    return ELOOP;
-}
-
-std::string folder_of(const std::string& path) {
-    return path.substr(0, path.rfind('/') + 1);
-}
-
 void remove_leftover(const std::string& path) {
     system::unlink(temporary_path(path).c_str());
 }
 
-int read_attributes(const Descriptor& file, std::vector<Attribute>& attributes) {
+Error read_attributes(const Descriptor& file, std::vector<Attribute>& attributes) {
     std::string names;
     const int error =
         get_whole(names, [&](char* out, std::size_t size) { return system::flistxattr(file.number(), out, size); });
     if (error != 0) {
-        return error == ENOTSUP ? 0 : error;
+        return {error == ENOTSUP ? 0 : error, "flistxattr", nullptr};
     }
     for (std::size_t begin = 0; begin < names.size();) {
         Attribute attribute{names.c_str() + begin, {}};
@@ -111,23 +89,23 @@ int read_attributes(const Descriptor& file, std::vector<Attribute>& attributes) 
         if (failure == 0) {
             attributes.push_back(std::move(attribute));
         } else if (failure != ENODATA) {  // somebody has removed it meanwhile
-            return failure;
+            return {failure, "fgetxattr", nullptr};
         }
     }
-    return 0;
+    return {};
 }
 
-Replacement::Replacement(std::string path, std::vector<Attribute> attributes)
-    : path_(std::move(path)),
+Replacement::Replacement(const std::string& path, std::vector<Attribute> attributes)
+    : path_(path),
       folder_(folder_of(path_)),
       temporary_(temporary_path(path_)),
       attributes_(std::move(attributes)),
       found_(longest_value(attributes_), '\0'),
       file_(create(temporary_)),
-      open_error_(file_.is_open() ? 0 : errno) {}
+      open_error_(file_.is_open() ? Error() : last_error("open")) {}
 
 Replacement::~Replacement() {
-    if (open_error_ == 0) {
+    if (!open_error_) {
         system::unlink(temporary_.c_str());
     }
 }
@@ -136,7 +114,7 @@ int Replacement::rename(unsigned flags) const {
     return system::renameat2(temporary_.c_str(), path_.c_str(), flags);
 }
 
-int Replacement::set_attributes() {
+Error Replacement::set_attributes() {
     bool has_access_list = false;
     for (const auto& [name, value] : attributes_) {
         has_access_list |= name == access_list;
@@ -144,43 +122,44 @@ int Replacement::set_attributes() {
         const ssize_t size = system::fgetxattr(file_.number(), name.c_str(), found_.data(), found_.size());
         const bool is_set = size == static_cast<ssize_t>(value.size()) && found_.compare(0, value.size(), value) == 0;
         if (!is_set && system::fsetxattr(file_.number(), name.c_str(), value.data(), value.size(), 0) != 0) {
-            return errno;
+            return last_error("fsetxattr");
         }
     }
     // The folder may have passed one on to the new file, to users who could not open the old one.
     const bool has_inherited = !has_access_list && system::fgetxattr(file_.number(), access_list, nullptr, 0) > 0;
-    return has_inherited && system::fremovexattr(file_.number(), access_list) != 0 ? errno : 0;
+    return has_inherited && system::fremovexattr(file_.number(), access_list) != 0 ? last_error("fremovexattr")
+                                                                                   : Error();
 }
 
-int Replacement::replace(const struct stat* old, std::string_view text, bool is_to_be_written, Stamp& stamp) {
-    if (open_error_ != 0) {
+Error Replacement::replace(const struct stat* old, std::string_view text, bool is_to_be_written, Stamp& stamp) {
+    if (open_error_) {
         return open_error_;
     }
     if (old != nullptr && system::fchown(file_.number(), old->st_uid, old->st_gid) != 0) {
-        return errno;
+        return last_error("fchown");
     }
     if (system::fchmod(file_.number(), old == nullptr ? new_file_mode : old->st_mode & ALLPERMS) != 0) {
-        return errno;
+        return last_error("fchmod");
     }
-    if (const int error = set_attributes()) {
+    if (const Error error = set_attributes()) {
         return error;
     }
     std::size_t written = 0;
-    if (const int error = write_at(file_, 0, text, written)) {
+    if (const Error error = write_at(file_, 0, text, written)) {
         return error;
     }
     if (system::fsync(file_.number()) != 0) {
-        return errno;
+        return last_error("fsync");
     }
     // The two files change places, so that they can change back; but for file systems that cannot do that.
     bool is_exchanged = old != nullptr;
     if (rename(is_exchanged ? RENAME_EXCHANGE : RENAME_NOREPLACE) != 0) {
         if (errno != EINVAL || rename(0) != 0) {
-            return errno;
+            return last_error("renameat2");
         }
         is_exchanged = false;
     }
-    if (const int error = is_to_be_written ? sync_folder(folder_) : 0) {
+    if (const Error error = is_to_be_written ? sync_folder(folder_) : Error()) {
         has_failed_to_flush_ = true;
         // Where even that cannot be undone, the next change finds another file in place.
         if (is_exchanged) {
@@ -197,7 +176,7 @@ int Replacement::replace(const struct stat* old, std::string_view text, bool is_
     // Not before: its new name changes the file's times, too.
     struct stat attributes {};
     stamp = system::fstat(file_.number(), &attributes) == 0 ? stamp_of(attributes) : unknown_stamp;
-    return 0;
+    return {};
 }
 
 }  // namespace zelva::file

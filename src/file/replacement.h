@@ -6,16 +6,10 @@
 #include <vector>
 
 #include "file/descriptor.h"
+#include "file/paths.h"
 #include "file/stamp.h"
 
 namespace zelva::file {
-
-/// Makes `path` that of the file to which it leads: links followed, also one whose target does not exist yet. 0, or the
-/// errno of what failed.
-int follow_links(std::string& path);
-
-/// The folder of a file, its separator included.
-std::string folder_of(const std::string& path);
 
 /// Removes what a program that died while it was replacing the file has left beside it. REQUIRES: the store's lock.
 void remove_leftover(const std::string& path);
@@ -27,14 +21,14 @@ struct Attribute {
 };
 
 /// Reads the attributes that a file is to have which takes this one's place: all but those that are digests of its
-/// content. 0, also on a file system that has none, or the errno of what failed.
-int read_attributes(const Descriptor& file, std::vector<Attribute>& attributes);
+/// content. No error on a file system that has none.
+Error read_attributes(const Descriptor& file, std::vector<Attribute>& attributes);
 
 /// A file under construction beside the one that it is to replace. REQUIRES: the store's lock, for as long as the
 /// object lives; `path` leads over no link.
 class Replacement {
   public:
-    Replacement(std::string path, std::vector<Attribute> attributes);
+    Replacement(const std::string& path, std::vector<Attribute> attributes);
     Replacement(const Replacement&) = delete;
     Replacement& operator=(const Replacement&) = delete;
 
@@ -43,13 +37,13 @@ class Replacement {
 
     /// Gives the file its content, the mode and owner of the one that it replaces (nullptr: there is none) and its
     /// attributes, brings it to the disk, puts it in place, and tells its stamp. If `is_to_be_written`, its place is on
-    /// the disk then, too; otherwise a loss of power leaves either file.
+    /// the disk then, too; otherwise a power loss leaves either file.
     ///
-    /// 0, or the errno of what failed. Then the old file is in place or, where not even that could be made so, the new
+    /// On an error the old file is in place or, where not even that could be made so, the new
     /// one, and `stamp` is that of the old one. Takes no memory.
-    int replace(const struct stat* old, std::string_view text, bool is_to_be_written, Stamp& stamp);
+    Error replace(const struct stat* old, std::string_view text, bool is_to_be_written, Stamp& stamp);
 
-    /// Whether the folder could not be brought to the disk: then nobody knows which file a loss of power would leave.
+    /// Whether the folder could not be brought to the disk: then nobody knows which file a power loss would leave.
     bool has_failed_to_flush() const { return has_failed_to_flush_; }
 
     /// The open new file.
@@ -57,15 +51,15 @@ class Replacement {
 
   private:
     int rename(unsigned flags) const;
-    int set_attributes();
+    Error set_attributes();
 
-    const std::string path_;
+    const std::string& path_;
     const std::string folder_;
     const std::string temporary_;
     const std::vector<Attribute> attributes_;
     std::string found_;  // as long as the longest value of them
     Descriptor file_;
-    const int open_error_;
+    const Error open_error_;
     bool has_failed_to_flush_ = false;
 };
 

@@ -56,8 +56,8 @@ Descriptor open_shared(const std::string& path) {
 }
 
 /// Makes sure that the file has a page: to read a mapped one that it does not have would end the program. It is
-/// written, so that a disk that gets full later has room for the counter. 0, or the errno of what failed.
-int make_page(const Descriptor& file) {
+/// written, so that a disk that gets full later has room for the counter.
+Error make_page(const Descriptor& file) {
     // Others may be using the counter already.
     static std::array<char, file_size - sizeof(std::uint64_t)> rest{};  // not constant: zeros take no room then
     std::size_t written = 0;
@@ -87,107 +87,110 @@ SharedState::ReadLock::ReadLock(const SharedState& state, bool wait)
     }
 }
 
-int SharedState::open() {
+Error SharedState::open() {
     Descriptor file = open_shared(path_);
     const bool is_writable = file.is_open();
     if (!is_writable) {
         const bool may_only_read = errno == EACCES || errno == EROFS;
         if (!may_only_read || file_.is_open()) {
-            return may_only_read ? 0 : errno;
+            return may_only_read ? Error() : last_error("open");
         }
         file = Descriptor(system::open(path_.c_str(), O_RDONLY | open_flags));
     }
     struct stat attributes {};
-    if (!file.is_open() || system::fstat(file.number(), &attributes) != 0) {
-        return errno;
+    if (!file.is_open()) {
+        return last_error("open");
+    }
+    if (system::fstat(file.number(), &attributes) != 0) {
+        return last_error("fstat");
     }
     if (!S_ISREG(attributes.st_mode)) {
-        return EINVAL;
+        return {EINVAL, "open", nullptr};
     }
     if (attributes.st_size < file_size) {  // the file is new; who may only read it gets an error
-        if (const int error = make_page(file)) {
+        if (const Error error = make_page(file)) {
             return error;
         }
     }
     set_lock(file, lock_of_presence, F_RDLCK, false);  // nobody refuses that
-    int error = 0;
+    Error error;
     if (is_writable) {
         error = map(Descriptor(system::open(path_.c_str(), O_RDONLY | open_flags)));
     } else if (!is_on_overlay(file)) {
         error = map(file);
     }
-    if (error != 0) {
+    if (error) {
         return error;  // no lock without a counter
     }
     file_ = std::move(file);
     is_writable_ = is_writable;
     device_ = attributes.st_dev;
     inode_ = attributes.st_ino;
-    return 0;
+    return {};
 }
 
-int SharedState::map(const Descriptor& file) {
+Error SharedState::map(const Descriptor& file) {
     if (!file.is_open()) {
-        return errno;
+        return last_error("open");
     }
     pages_.reserve(pages_.size() + 1);
     // To read a page that somebody has cut off ends the program. A get that asked the system instead would take several
     // times as long.
     void* const memory = system::map(file.number(), file_size, PROT_READ);
     if (memory == nullptr) {
-        return errno;
+        return last_error("mmap");
     }
     pages_.push_back(memory);
     page_.store(static_cast<const Page*>(memory), std::memory_order_release);
-    return 0;
+    return {};
 }
 
-int SharedState::look_at_name(bool& is_replaced, bool& is_whole) const {
+Error SharedState::look_at_name(bool& is_replaced, bool& is_whole) const {
     struct stat found {};
     if (system::stat(path_.c_str(), &found) == 0) {
         is_replaced = found.st_ino != inode_ || found.st_dev != device_;
         is_whole = found.st_size >= file_size;
-        return 0;
+        return {};
     }
     if (errno != ENOENT) {
-        return errno;
+        return last_error("stat");
     }
     // A file that still has a name is in a folder that has been moved away, and so are the settings.
     struct stat opened {};
     if (system::fstat(file_.number(), &opened) != 0) {
-        return errno;
+        return last_error("fstat");
     }
     is_replaced = opened.st_nlink == 0;
-    return is_replaced ? 0 : ESTALE;
+    return is_replaced ? Error() : Error{ESTALE, "stat", nullptr};
 }
 
-int SharedState::lock(bool wait) {
+Error SharedState::lock(bool wait) {
     // On a file system that gives a file another number each time this would have no end.
     constexpr int most_attempts = 100;
     for (int attempt = 0; attempt < most_attempts; ++attempt) {
         if (!file_.is_open() || !is_writable_) {
-            if (const int error = open()) {
+            if (const Error error = open()) {
                 return error;
             }
         }
         if (!is_writable_) {
-            return EACCES;
+            return {EACCES, "open", nullptr};
         }
         if (const int error = set_lock(file_, lock_of_changes, F_WRLCK, wait)) {
-            return error;
+            return {error, "fcntl", nullptr};
         }
         bool is_replaced = false;
         bool is_whole = true;
-        if (const int error = look_at_name(is_replaced, is_whole)) {
+        if (const Error error = look_at_name(is_replaced, is_whole)) {
             unlock();
             return error;
         }
         if (!is_replaced) {
-            int error = read_counter(held_counter_);
-            if (error == 0 && (held_counter_ == 0 || !is_whole)) {
+            Error error = read_counter(held_counter_);
+            if (!error && (held_counter_ == 0 || !is_whole)) {
                 error = begin_counting();
             }
-            if (error != 0) {
+            if (error) {
                 unlock();
             }
             return error;
@@ -195,7 +198,7 @@ int SharedState::lock(bool wait) {
         // Somebody has removed the file, or put another one in its place: its lock keeps nobody out who comes later.
         file_.close();
     }
-    return ESTALE;
+    return {ESTALE, "stat", nullptr};
 }
 
 void SharedState::unlock() {
@@ -207,41 +210,41 @@ bool SharedState::is_alone() const {
     return system::find_lock(file_.number(), lock_of_presence, type) == 0 && type == F_UNLCK;
 }
 
-int SharedState::begin_counting() {
+Error SharedState::begin_counting() {
     // The file may also have been cut off. From 0 again, the counter would come to numbers that others know.
     constexpr std::uint64_t odd = 1;
     const auto now = static_cast<std::uint64_t>(std::chrono::system_clock::now().time_since_epoch().count());
-    int error = make_page(file_);
-    if (error == 0) {
+    Error error = make_page(file_);
+    if (!error) {
         error = write_counter(now & ~odd);
     }
-    held_counter_ = error == 0 ? now & ~odd : 0;
+    held_counter_ = !error ? now & ~odd : 0;
     return error;
 }
 
-int SharedState::write_counter(std::uint64_t counter) const {
+Error SharedState::write_counter(std::uint64_t counter) const {
     std::size_t written = 0;
     return write_at(file_, 0, {reinterpret_cast<const char*>(&counter), sizeof counter}, written);
 }
 
-int SharedState::read_counter(std::uint64_t& counter) const {
+Error SharedState::read_counter(std::uint64_t& counter) const {
     std::array<char, sizeof counter> bytes{};
-    const int error = read_at(file_, 0, bytes.data(), bytes.size());
+    const Error error = read_at(file_, 0, bytes.data(), bytes.size());
     std::memcpy(&counter, bytes.data(), bytes.size());
-    return error == ESTALE ? 0 : error;  // cut off to nothing
+    return error.number == ESTALE ? Error() : error;  // cut off to nothing
 }
 
-int SharedState::count() {
+Error SharedState::count() {
     const std::uint64_t next = held_counter_ + 1;
     std::atomic_thread_fence(std::memory_order_seq_cst);  // after all of a change that it ends
-    int error = write_counter(next);
+    Error error = write_counter(next);
     std::atomic_thread_fence(std::memory_order_seq_cst);  // before anything of a change that it begins
-    if (error != 0) {
+    if (error) {
         // What others see is what holds.
         std::uint64_t counter = 0;
-        error = read_counter(counter) == 0 && counter == next ? 0 : error;
+        error = !read_counter(counter) && counter == next ? Error() : error;
     }
-    held_counter_ = error == 0 ? next : held_counter_;
+    held_counter_ = !error ? next : held_counter_;
     return error;
 }
 

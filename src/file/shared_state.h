@@ -27,8 +27,8 @@ class SharedState {
     SharedState& operator=(const SharedState&) = delete;
     ~SharedState();
 
-    /// 0, or the errno of what failed. A program that may only read the file can read the counter, but on an overlay.
-    int open();
+    /// A program that may only read the file can read the counter, but on an overlay.
+    Error open();
 
     /// Whether there is a counter to read.
     bool has_counter() const { return page_.load(std::memory_order_acquire) != nullptr; }
@@ -42,10 +42,12 @@ class SharedState {
     /// The counter, to who holds the lock: read then, and not from mapped memory. REQUIRES: the lock is held.
     std::uint64_t held_counter() const { return held_counter_; }
 
-    /// Takes the lock, which the system frees if the program dies: waits for it, or gives EAGAIN. 0, or the errno of
-    /// what failed; ESTALE where the folder that the file is in has been moved away.
-    int lock(bool wait = true);
+    /// Takes the lock, which the system frees if the program dies: waits for it, or gives EAGAIN. ESTALE where
+    /// the folder that the file is in has been moved away.
+    Error lock(bool wait = true);
     void unlock();
+
+    const std::string& path() const { return path_; }
 
     /// Whether no other object, in this program or another one, has the file open, which each that opens it tells for
     /// as long as it lives. false where that cannot be found out. REQUIRES: the lock is held.
@@ -65,11 +67,11 @@ class SharedState {
         bool is_refused_ = false;
     };
 
-    /// Around a change of the store's file. 0, or the errno of what failed: then no change has begun, or the counter
-    /// stays odd, and the next one who holds the lock ends the change. REQUIRES: the lock is held; the counter is even
+    /// Around a change of the store's file. On an error no change has begun, or the counter stays odd, and the next one
+    /// who holds the lock ends the change. REQUIRES: the lock is held; the counter is even
     /// at the beginning and odd at the end.
-    int begin_change() { return count(); }
-    int end_change() { return count(); }
+    Error begin_change() { return count(); }
+    Error end_change() { return count(); }
 
     /// In the child after fork(): gives up the descriptor that the lock belongs to, since the lock would otherwise
     /// outlive a parent that dies with it. The child has the file open again, for is_alone(), from its next lock on.
@@ -81,13 +83,12 @@ class SharedState {
     };
     static_assert(std::atomic<std::uint64_t>::is_always_lock_free, "programs share it, each with its own code");
 
-    // These return 0 or the errno of what failed.
-    int map(const Descriptor& file);
-    int look_at_name(bool& is_replaced, bool& is_whole) const;
-    int begin_counting();  // in a file that is new, or that somebody has cut off
-    int write_counter(std::uint64_t counter) const;
-    int read_counter(std::uint64_t& counter) const;
-    int count();
+    Error map(const Descriptor& file);
+    Error look_at_name(bool& is_replaced, bool& is_whole) const;
+    Error begin_counting();  // in a file that is new, or that somebody has cut off
+    Error write_counter(std::uint64_t counter) const;
+    Error read_counter(std::uint64_t& counter) const;
+    Error count();
 
     const std::string path_;
     /// Not the file that is mapped, where it can be locked: a mapping keeps an open file alive, and with it its lock,

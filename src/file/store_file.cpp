@@ -2,30 +2,33 @@
 
 #include <fcntl.h>
 
-#include <atomic>
 #include <cerrno>
 #include <climits>
-#include <string_view>
 #include <system_error>
-#include <utility>
+#include <unordered_map>
 
 #include "file/replacement.h"
+#include "file/writer.h"
 #include "format/compaction.h"
 #include "value/text.h"
 
 namespace zelva::file {
+
+using format::page_size;
 
 namespace {
 
 // Without O_NONBLOCK the open would wait for the other end of a FIFO.
 constexpr int open_flags = O_CLOEXEC | O_NONBLOCK;
 
-/// What is known of a file that has been read, and still is open. One that does not exist reads as empty.
-struct Contents {
+/// A file that has been read, and still is open. One that does not exist reads as empty.
+struct ReadFile {
     Descriptor file;
     bool exists = false;
     struct stat attributes {};
     std::string text;
+
+    Stamp stamp() const { return exists ? stamp_of(attributes) : Stamp{}; }
 };
 
 /// Whether a file is in the state of this stamp.
@@ -34,41 +37,45 @@ bool is_stamp_of(const std::string& path, const Stamp& stamp) {
     return system::stat(path.c_str(), &attributes) == 0 ? stamp == stamp_of(attributes) : stamp == Stamp{};
 }
 
-/// Reads a file, opened as `access` says (O_RDONLY, O_RDWR). 0, also when it does not exist, or the errno of what
-/// failed.
-int read_file(const std::string& path, int access, Contents& contents) {
-    contents = Contents();
-    contents.file = Descriptor(system::open(path.c_str(), access | open_flags));
-    if (!contents.file.is_open()) {
-        return errno == ENOENT ? 0 : errno;
+bool exists(const std::string& path) {
+    struct stat attributes {};
+    return system::stat(path.c_str(), &attributes) == 0;
+}
+
+/// Reads a file, opened as `access` says (O_RDONLY, O_RDWR). No error where it does not exist.
+Error read_file(const std::string& path, int access, ReadFile& out) {
+    out = ReadFile();
+    out.file = Descriptor(system::open(path.c_str(), access | open_flags));
+    if (!out.file.is_open()) {
+        return errno == ENOENT ? Error() : last_error("open");
     }
-    if (system::fstat(contents.file.number(), &contents.attributes) != 0) {
-        return errno;
+    if (system::fstat(out.file.number(), &out.attributes) != 0) {
+        return last_error("fstat");
     }
-    if (!S_ISREG(contents.attributes.st_mode)) {
-        return EINVAL;
+    if (!S_ISREG(out.attributes.st_mode)) {
+        return {EINVAL, "open", nullptr};
     }
-    contents.exists = true;
-    return read_all(contents.file, contents.text);
+    out.exists = true;
+    return read_all(out.file, out.text);
 }
 
 /// Reads a file that a program might be changing of which nothing is known but the file: until it reads the same twice.
-int read_file_at_rest(const std::string& path, Contents& contents) {
+Error read_file_at_rest(const std::string& path, ReadFile& out) {
     constexpr int most_attempts = 10;
-    int error = read_file(path, O_RDONLY, contents);
-    for (int attempt = 0; attempt < most_attempts && error == 0; ++attempt) {
-        Contents again;
+    Error error = read_file(path, O_RDONLY, out);
+    for (int attempt = 0; attempt < most_attempts && !error; ++attempt) {
+        ReadFile again;
         error = read_file(path, O_RDONLY, again);
-        std::swap(contents, again);
-        if (contents.text == again.text) {
+        std::swap(out, again);
+        if (out.text == again.text) {
             break;
         }
     }
     return error;
 }
 
-/// Withdraws a line in a file's text, if it is still the line of its entry.
-void mark_dead_in(std::string& text, const Superseded& line) {
+/// Marks a line of a file's text dead, if it is still the line of its entry.
+void mark_dead_in(std::string& text, const format::Superseded& line) {
     const bool is_line = line.offset < text.size() && (line.offset == 0 || text[line.offset - 1] == '\n');
     const auto found = is_line ? format::name_in(std::string_view(text).substr(line.offset, line.size)) : std::nullopt;
     if (found && format::hash_of_name(*found) == line.name) {
@@ -80,17 +87,37 @@ bool is_all_but_padding(std::string_view text, std::string_view lines) {
     return value::begins_with(text, lines) && text.find_first_not_of('\n', lines.size()) == std::string_view::npos;
 }
 
+/// The places of the lines that a batch has got in a file that was written anew.
+std::vector<format::Place> places_of(const format::Batch& batch, const format::Compacted& compacted) {
+    std::vector<format::Place> places(batch.size());
+    std::unordered_map<std::string_view, std::size_t> changes;
+    for (std::size_t i = 0; i < batch.size(); ++i) {
+        changes.emplace(batch[i].name, i);
+    }
+    for (const auto& [name, place] : compacted.places) {
+        const auto change = changes.find(name);
+        if (change != changes.end()) {
+            places[change->second] = place;
+        }
+    }
+    return places;
+}
+
 /// Where a path leads.
 std::string target_of(std::string path) {
-    if (const int error = follow_links(path)) {
-        throw std::system_error(error, std::generic_category(), "link");
+    if (const Error error = follow_links(path)) {
+        throw std::system_error(error.number, std::generic_category(), "link");
     }
     return path;
 }
 
 /// Who may not write a file, or not this one, may still be able to read it.
-bool is_refusal(int error) {
-    return error == EACCES || error == EPERM || error == EROFS || error == EMLINK;
+bool is_refusal(const Error& error) {
+    return error.number == EACCES || error.number == EPERM || error.number == EROFS || error.number == EMLINK;
+}
+
+std::uint64_t even(std::uint64_t counter) {
+    return counter - counter % 2;
 }
 
 }  // namespace
@@ -98,14 +125,14 @@ bool is_refusal(int error) {
 StoreFile::StoreFile(Kind kind, std::string path)
     : link_(std::move(path)),
       path_(kind == Kind::settings ? target_of(link_) : link_),
+      folder_(folder_of(path_)),
       shared_(kind == Kind::settings ? std::make_unique<SharedState>(shared_state_path(path_)) : nullptr) {
     if (!shared_) {
         return;
     }
     look_at_path();
     // A failure here is met again, and reported, by the first write.
-    if (create_shared_state_directory(path_) == ZELVA_CORE_STATUS_NO_ERROR && shared_->open() == 0 &&
-        shared_->lock(false) == 0) {
+    if (!create_shared_state_directory(path_) && !shared_->open() && !shared_->lock(false)) {
         clean_up();
         unlock();
     }
@@ -113,110 +140,119 @@ StoreFile::StoreFile(Kind kind, std::string path)
 
 bool StoreFile::leads_elsewhere() const {
     // A folder that has been moved with the link in it leads nowhere else.
-    struct stat folder {};
-    return target_of(link_) != path_ && system::stat(folder_of(link_).c_str(), &folder) == 0;
+    return target_of(link_) != path_ && exists(folder_of(link_));
 }
 
-bool StoreFile::has_been_moved(const Revision& revision) const {
-    struct stat folder {};
-    return !(revision.stamp == Stamp{}) && system::stat(folder_of(path_).c_str(), &folder) != 0;
+std::shared_ptr<StoreFile> StoreFile::follow() const {
+    auto file = std::make_shared<StoreFile>(Kind::settings, link_);
+    file->has_been_seen_ = has_been_seen_.load();
+    return file;
+}
+
+bool StoreFile::has_been_moved() const {
+    return has_been_seen_ && !exists(folder_);
 }
 
 void StoreFile::look_for_links() {
-    if (look_at_path() != 0) {
+    if (look_at_path()) {
         file_.close();
     }
 }
 
-int StoreFile::look_at_path() {
+Error StoreFile::look_at_path() {
     // Where nothing can be found out, nothing is known against the file.
     struct statx attributes {};
     const bool is_found = system::statx(path_.c_str(), AT_SYMLINK_NOFOLLOW, STATX_TYPE, &attributes) == 0;
     is_mounted_ = is_found && (attributes.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
-    return is_found && S_ISLNK(attributes.stx_mode) ? ESTALE : 0;
+    return is_found && S_ISLNK(attributes.stx_mode) ? Error{ESTALE, "statx", &path_} : Error();
 }
 
-int StoreFile::clean_up() {
+Error StoreFile::clean_up() {
     if (shared_->held_counter() % 2 != 0) {
-        if (const int error = shared_->end_change()) {
+        if (const Error error = shared_->end_change()) {
             return error;
         }
     }
     remove_leftover(path_);
-    return 0;
+    return {};
 }
 
-std::optional<zelva_core_status> StoreFile::load(Access access, std::string& text, format::Entries& entries,
-                                                 Revision& revision, Layout& layout) const {
+Loaded StoreFile::load(Access access) const {
+    Loaded loaded;
+    ReadFile file;
     std::uint64_t counter = 0;
-    Contents contents;
-    int error = 0;
     if (!shared_ || access == Access::locked) {
         counter = shared_ ? shared_->held_counter() : 0;
-        error = read_file(path_, O_RDONLY, contents);
+        loaded.error = read_file(path_, O_RDONLY, file);
     } else if (!shared_->has_counter()) {
-        error = read_file_at_rest(path_, contents);
+        loaded.error = read_file_at_rest(path_, file);
     } else {
         // What is read while the file is being changed may be half of a line.
         counter = shared_->counter();
         const bool is_changing = counter % 2 != 0;
         if (!is_changing) {
-            error = read_file(path_, O_RDONLY, contents);
+            loaded.error = read_file(path_, O_RDONLY, file);
         }
         std::atomic_thread_fence(std::memory_order_seq_cst);  // all has been read before the counter is, again
         if (is_changing || counter != shared_->counter()) {
             const SharedState::ReadLock lock(*shared_, access == Access::waiting);
             if (lock.is_refused()) {
-                return std::nullopt;
+                loaded.state = Loaded::State::busy;
+                return loaded;
             }
             counter = shared_->counter();
-            error = read_file(path_, O_RDONLY, contents);
+            loaded.error = read_file(path_, O_RDONLY, file);
         }
     }
-    if (shared_ && error == 0 && contents.exists && has_other_names(stamp_of(contents.attributes))) {
-        error = read_file_at_rest(path_, contents);
+    if (shared_ && !loaded.error && file.exists && has_other_names(file.stamp())) {
+        loaded.error = read_file_at_rest(path_, file);
     }
-    if (error != 0) {
-        return status_of(error);
+    if (!loaded.error && !file.exists && has_been_moved()) {
+        loaded.error = {ENOENT, "open", &folder_};
     }
-    if (!contents.exists && has_been_moved(revision)) {
-        return ZELVA_CORE_STATUS_IO_FAILED;
+    if (loaded.error) {
+        loaded.error = loaded.error.of(path_);
+        return loaded;
     }
-    revision = {counter - counter % 2, contents.exists ? stamp_of(contents.attributes) : Stamp{}};
-    text = std::move(contents.text);
-    layout = format::read_layout(text, entries);
-    return contents.exists ? ZELVA_CORE_STATUS_NO_ERROR : ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
+    loaded.state = file.exists ? Loaded::State::present : Loaded::State::absent;
+    loaded.revision = {even(counter), file.stamp()};
+    loaded.contents = std::make_shared<FileText>();
+    loaded.contents->text = std::move(file.text);
+    loaded.layout = format::read_layout(loaded.contents->text, loaded.contents->entries);
+    return loaded;
 }
 
-bool StoreFile::is_counted(const Revision& revision) const {
-    return shared_ && shared_->has_counter() && !has_other_names(revision.stamp);
+void StoreFile::adopt(Loaded& loaded) {
+    std::swap(layout_, loaded.layout);
+    revision_ = loaded.revision;
+    has_been_seen_ = !(revision_.stamp == Stamp{});
 }
 
-bool StoreFile::is_current(const Revision& revision) const {
+bool StoreFile::is_counted() const {
+    return shared_ && shared_->has_counter() && !has_other_names(revision_.stamp);
+}
+
+bool StoreFile::is_current() const {
     if (!shared_) {
         return true;
     }
-    if (!is_counted(revision)) {
-        return is_stamp_of(path_, revision.stamp);
-    }
-    const std::uint64_t counter = shared_->counter();
-    return counter - counter % 2 == revision.counter;
+    return is_counted() ? even(shared_->counter()) == revision_.counter : is_stamp_of(path_, revision_.stamp);
 }
 
-zelva_core_status StoreFile::lock(const Revision& revision) {
+Error StoreFile::lock() {
     is_stale_ = false;
-    int error = shared_->lock();
-    if (error == ENOENT) {
-        if (has_been_moved(revision)) {
-            return ZELVA_CORE_STATUS_IO_FAILED;
+    Error error = shared_->lock();
+    if (error.number == ENOENT) {
+        if (has_been_moved()) {
+            return {ENOENT, "stat", &folder_};
         }
-        if (const zelva_core_status status = create_shared_state_directory(path_)) {
-            return status;
+        error = create_shared_state_directory(path_);
+        if (!error) {
+            error = shared_->lock();
         }
-        error = shared_->lock();
     }
-    if (error != 0) {
-        return status_of(error);
+    if (error) {
+        return error.of(shared_->path());
     }
     try {
         if (shared_->held_counter() % 2 != 0) {
@@ -226,10 +262,10 @@ zelva_core_status StoreFile::lock(const Revision& revision) {
         unlock();
         throw;
     }
-    if (error != 0) {
+    if (error) {
         unlock();
     }
-    return status_of(error);
+    return error.of(shared_->path());
 }
 
 void StoreFile::unlock() {
@@ -240,226 +276,255 @@ bool StoreFile::is_unchanged(const Revision& revision) const {
     return shared_->held_counter() == revision.counter && is_stamp_of(path_, revision.stamp);
 }
 
-zelva_core_status StoreFile::begin_change() {
-    return status_of(shared_->begin_change());
+Error StoreFile::begin_change() {
+    next_ = revision_;
+    return shared_->begin_change().of(shared_->path());
 }
 
-zelva_core_status StoreFile::end_change(Revision& revision) {
-    const int error = shared_->end_change();
-    if (error == 0) {
-        revision.counter = shared_->held_counter();
+Error StoreFile::end_change() {
+    const Error error = shared_->end_change();
+    if (error) {
+        next_.stamp = unknown_stamp;
     } else {
-        revision.stamp = unknown_stamp;
+        next_.counter = shared_->held_counter();
     }
-    return status_of(error);
+    return error.of(shared_->path());
 }
 
-zelva_core_status StoreFile::apply(const std::vector<Change>& changes, zelva_core_durability durability, Layout& layout,
-                                   Stamp& stamp, const Placed& placed) {
+void StoreFile::adopt_change() {
+    revision_ = next_;
+    has_been_seen_ = !(revision_.stamp == Stamp{});
+}
+
+bool StoreFile::must_rebuild(const format::Batch& batch) const {
     // What is written behind a last line without a line feed might spoil it.
-    const bool is_spoiling = layout.is_unterminated && changes.front().value;
-    const bool must_rebuild = needs_rebuild_ || stamp == Stamp{} || is_spoiling;
-    const bool is_wasteful = layout.is_wasteful() && layout.dead >= next_compaction_;
-    if (must_rebuild || is_wasteful) {
-        const int error = rebuild(changes, Purpose::change, layout, stamp, placed);
-        if (error == 0 || error == ESTALE || must_rebuild) {
-            return finish(error);
+    const bool is_spoiling = layout_.is_unterminated && batch.back().value;
+    return needs_rebuild_ || next_.stamp == Stamp{} || is_spoiling;
+}
+
+Applied StoreFile::apply(const format::Batch& batch, zelva_core_durability durability) {
+    Applied applied;
+    const bool is_wasteful = layout_.is_wasteful() && layout_.dead >= next_compaction_;
+    if (must_rebuild(batch) || is_wasteful) {
+        applied.error = rebuild(batch, Purpose::change, applied);
+        if (!applied.error || applied.error.number == ESTALE || must_rebuild(batch)) {
+            return finished(std::move(applied));
         }
         // Where the folder cannot be written or has no room, or the new file cannot be given what the old one has
-        // besides its content, the file still can be written. Where the folder could not be flushed, a loss of power
+        // besides its content, the file still can be written. Where the folder could not be flushed, a power loss
         // leaves one of two files, and both have the changes then.
-        next_compaction_ = layout.dead + page_size;
+        next_compaction_ = layout_.dead + page_size;
     }
-    return finish(write_in_place(durability, layout, stamp, [&](Writer& writer) {
-        return changes.front().value ? writer.put(changes, placed) : writer.remove(changes);
-    }));
+    applied.error = write_in_place(durability, [&](Writer& writer) { return writer.apply(batch, applied.places); });
+    return finished(std::move(applied));
 }
 
-zelva_core_status StoreFile::flush(bool is_checkpoint, Layout& layout, Stamp& stamp, const Placed& placed) {
-    if (stamp == Stamp{}) {
-        return ZELVA_CORE_STATUS_NO_ERROR;  // there is no file
+Applied StoreFile::flush(bool is_checkpoint) {
+    Applied applied;
+    if (next_.stamp == Stamp{}) {
+        return applied;  // there is no file
     }
     if (needs_rebuild_) {
-        return finish(rebuild({}, Purpose::change, layout, stamp, placed));
+        applied.error = rebuild({}, Purpose::change, applied);
+        return finished(std::move(applied));
     }
     // A flush alone takes no right to write.
     Descriptor reading;
-    int error = open(stamp);
-    const bool may_only_read = is_refusal(error) && !needs_rebuild_;
+    applied.error = open();
+    const bool may_only_read = is_refusal(applied.error) && !needs_rebuild_;
     if (may_only_read) {
-        error = open(stamp, O_RDONLY, reading);
+        applied.error = open(O_RDONLY, reading);
     }
-    if (error != 0) {
-        return finish(error);
+    if (applied.error) {
+        return finished(std::move(applied));
     }
-    const bool is_tidied = is_checkpoint && !may_only_read;
-    has_changed_ = has_changed_ || is_tidied;
-    return status_of(write(may_only_read ? reading : file_, ZELVA_CORE_DURABILITY_FULL, layout, stamp,
-                           [is_tidied](Writer& writer) { return is_tidied ? writer.tidy() : writer.flush(); }));
+    const bool marks_lines = is_checkpoint && !may_only_read;
+    has_changed_ = has_changed_ || marks_lines;
+    applied.error = write(may_only_read ? reading : file_, ZELVA_CORE_DURABILITY_FULL,
+                          [marks_lines](Writer& writer) { return marks_lines ? writer.checkpoint() : writer.flush(); });
+    applied.error = applied.error.of(path_);
+    return applied;
 }
 
-bool StoreFile::has_line(const Place& line, std::string_view text) const {
-    if (line.size != text.size()) {
+bool StoreFile::has_line(const format::Place& place, std::string_view text) const {
+    if (place.size != text.size()) {
         return false;
     }
     const Descriptor file(system::open(path_.c_str(), O_RDONLY | open_flags));
     std::string found(text.size(), '\0');
-    return file.is_open() && read_at(file, line.offset, found.data(), found.size()) == 0 && found == text;
+    return file.is_open() && !read_at(file, place.offset, found.data(), found.size()) && found == text;
 }
 
-bool StoreFile::is_untidy(const Layout& layout) const {
-    return has_changed_ && (layout.size > layout.text_end || layout.dead > 0 || needs_rebuild_);
+bool StoreFile::is_untrimmed() const {
+    return has_changed_ && (layout_.size > layout_.text_end || layout_.dead > 0 || needs_rebuild_);
 }
 
-void StoreFile::tidy(bool is_last, Layout& layout, Stamp& stamp) {
-    const auto arrange = [&] {
-        return rebuild({}, Purpose::close, layout, stamp, [](std::string_view, Place) {}) == 0;
+void StoreFile::trim(bool is_last) {
+    const auto rebuild_to_leave = [this] {
+        Applied applied;
+        return !rebuild({}, Purpose::close, applied);
     };
     constexpr std::size_t small_file = 262144;  // some milliseconds
-    const bool is_small = layout.text_end <= small_file;
-    if (is_last && (is_small || needs_rebuild_) && arrange()) {
+    const bool is_small = layout_.text_end <= small_file;
+    if (is_last && (is_small || needs_rebuild_) && rebuild_to_leave()) {
         return;
     }
     if (needs_rebuild_) {
         return;
     }
-    write_in_place(ZELVA_CORE_DURABILITY_RELAXED, layout, stamp, [&](Writer& writer) {
+    write_in_place(ZELVA_CORE_DURABILITY_RELAXED, [&](Writer& writer) {
         // What may not have reached the disk would have to be flushed first.
         constexpr std::size_t most_lines = 1000;  // a millisecond's work
-        const bool is_cheap = layout.is_flushed && layout.superseded.size() <= most_lines;
+        const bool is_cheap = layout_.is_flushed && layout_.superseded.size() <= most_lines;
         const bool is_worth_it = is_cheap || (is_last && !is_small);
-        const int error = is_worth_it && !layout.superseded.empty() ? writer.tidy() : 0;
-        return error == 0 ? writer.trim_padding() : error;
+        const Error error = is_worth_it && has_superseded_lines() ? writer.checkpoint() : Error();
+        return !error ? writer.trim() : error;
     });
     if (needs_rebuild_) {
-        arrange();
+        rebuild_to_leave();
     }
 }
 
 template <class Work>
-int StoreFile::write_in_place(zelva_core_durability durability, Layout& layout, Stamp& stamp, Work&& work) {
-    const int error = open(stamp);
-    has_changed_ = has_changed_ || error == 0;
-    return error == 0 ? write(file_, durability, layout, stamp, std::forward<Work>(work)) : error;
+Error StoreFile::write_in_place(zelva_core_durability durability, Work&& work) {
+    const Error error = open();
+    has_changed_ = has_changed_ || !error;
+    return !error ? write(file_, durability, std::forward<Work>(work)) : error;
 }
 
 template <class Work>
-int StoreFile::write(const Descriptor& file, zelva_core_durability durability, Layout& layout, Stamp& stamp,
-                     Work&& work) {
+Error StoreFile::write(const Descriptor& file, zelva_core_durability durability, Work&& work) {
     // Where memory runs out half way, or a change cannot be undone, only the file tells what it means.
-    stamp = unknown_stamp;
-    Writer writer(file, layout, durability);
-    const int error = std::forward<Work>(work)(writer);
+    next_.stamp = unknown_stamp;
+    Writer writer(file, layout_, durability);
+    const Error error = std::forward<Work>(work)(writer);
     needs_rebuild_ |= writer.has_failed_to_flush();
     struct stat attributes {};
     if (!writer.must_be_read() && system::fstat(file.number(), &attributes) == 0) {
-        stamp = stamp_of(attributes);
+        next_.stamp = stamp_of(attributes);
     }
     return error;
 }
 
-zelva_core_status StoreFile::finish(int error) {
-    is_stale_ = error == ESTALE || error == EEXIST;  // a new file has found one in its place
-    return status_of(error);
+Applied StoreFile::finished(Applied&& applied) {
+    // A new file has found one in its place.
+    is_stale_ = applied.error.number == ESTALE || applied.error.number == EEXIST;
+    applied.error = applied.error.of(path_);
+    return std::move(applied);
 }
 
-int StoreFile::open(const Stamp& stamp) {
+Error StoreFile::open() {
+    const Stamp& stamp = next_.stamp;
     if (file_.is_open() && is_same_file(opened_, stamp) && !is_mounted_) {
-        return has_other_names(stamp) ? EMLINK : 0;
+        return has_other_names(stamp) ? Error{EMLINK, "fstat", &path_} : Error();
     }
     Descriptor file;
-    if (const int error = open(stamp, O_RDWR, file)) {
+    if (const Error error = open(O_RDWR, file)) {
         return error;
     }
     // Not before it is open: an overlay breaks its links then.
     if (has_other_names(stamp)) {
-        return EMLINK;
+        return {EMLINK, "fstat", &path_};
     }
     file_ = std::move(file);
     opened_ = stamp;
-    return 0;
+    return {};
 }
 
-int StoreFile::open(const Stamp& stamp, int access, Descriptor& file) {
-    if (const int error = look_at_path()) {
+Error StoreFile::open(int access, Descriptor& file) {
+    if (const Error error = look_at_path()) {
         return error;
     }
     file = Descriptor(system::open(path_.c_str(), access | open_flags));
-    struct stat attributes {};
-    if (!file.is_open() || system::fstat(file.number(), &attributes) != 0) {
-        return errno;
+    if (!file.is_open()) {
+        return last_error("open");
     }
-    if (!(stamp == stamp_of(attributes))) {
-        return ESTALE;
+    struct stat attributes {};
+    if (system::fstat(file.number(), &attributes) != 0) {
+        return last_error("fstat");
+    }
+    if (!(next_.stamp == stamp_of(attributes))) {
+        return {ESTALE, "fstat", &path_};
     }
     // Who has put the file in its place may have died before that reached the disk. A folder that cannot be read cannot
-    // be brought to the disk.
-    if (const int error = sync_folder(folder_of(path_)); error != 0 && error != EACCES) {
+    // be flushed.
+    if (const Error error = sync_folder(folder_); error && error.number != EACCES) {
         needs_rebuild_ = true;
-        return error;
+        return error.of(folder_);
     }
-    return 0;
+    return {};
 }
 
-int StoreFile::rebuild(const std::vector<Change>& changes, Purpose purpose, Layout& layout, Stamp& stamp,
-                       const Placed& placed) {
-    if (const int error = look_at_path()) {
+Error StoreFile::rebuild(const format::Batch& batch, Purpose purpose, Applied& applied) {
+    if (const Error error = look_at_path()) {
         return error;
     }
     // One that its owner has made read-only is not to be replaced, hence the access.
-    Contents old;
-    if (const int error = read_file(path_, O_RDWR, old)) {
+    ReadFile old;
+    if (const Error error = read_file(path_, O_RDWR, old)) {
         return error;
     }
-    if (!(stamp == (old.exists ? stamp_of(old.attributes) : Stamp{}))) {
-        return ESTALE;
+    if (!(next_.stamp == old.stamp())) {
+        return {ESTALE, "fstat", &path_};
     }
-    if (has_other_names(stamp)) {
-        return EMLINK;
+    if (has_other_names(next_.stamp)) {
+        return {EMLINK, "fstat", &path_};
     }
     std::vector<Attribute> attributes;
-    if (const int error = old.exists ? read_attributes(old.file, attributes) : 0) {
+    if (const Error error = old.exists ? read_attributes(old.file, attributes) : Error()) {
         return error;
     }
-    // Among these may be the default of a key that could not be written, which no later line replaces.
-    for (const Superseded& line : layout.superseded) {
+    // Among these may be the default of a key that could not be written, which no later line supersedes.
+    for (const format::Superseded& line : layout_.superseded) {
         mark_dead_in(old.text, line);
     }
-    format::Compacted result = format::compacted(old.text, layout.arranged_end, changes);
-    if (purpose == Purpose::change) {
-        result.text.resize(rounded_up(result.text.size(), page_size), '\n');
-        result.layout.size = result.text.size();
-    } else if (!old.exists || is_all_but_padding(old.text, result.text)) {
-        return EALREADY;
-    }
-    if (result.text.size() > INT_MAX) {
-        return EFBIG;
+    auto old_text = std::make_unique<const std::string>(std::move(old.text));
+    format::Compacted compacted = format::compacted(*old_text, layout_.arranged_end, batch);
+    std::vector<format::Place> places = places_of(batch, compacted);
+    if (purpose == Purpose::close && (!old.exists || is_all_but_padding(*old_text, compacted.text))) {
+        return {EALREADY, "", nullptr};
     }
     Replacement replacement(path_, std::move(attributes));
-    const int error =
-        replacement.replace(old.exists ? &old.attributes : nullptr, result.text, purpose == Purpose::change, stamp);
+    if (const Error error = replace(replacement, old.exists ? &old.attributes : nullptr, purpose, compacted)) {
+        return error;
+    }
+    applied.places = std::move(places);
+    applied.moved = std::move(compacted.places);
+    applied.old_text = std::move(old_text);
+    return {};
+}
+
+/// Puts a new file in place, and knows it from then on.
+Error StoreFile::replace(Replacement& replacement, const struct stat* old, Purpose purpose,
+                         format::Compacted& compacted) {
+    const bool is_to_be_written = purpose == Purpose::change;
+    if (is_to_be_written) {
+        compacted.text.resize(format::rounded_up(compacted.text.size(), page_size), '\n');
+        compacted.layout.size = compacted.text.size();
+    }
+    if (compacted.text.size() > INT_MAX) {
+        return {EFBIG, "pwrite", nullptr};
+    }
+    const Error error = replacement.replace(old, compacted.text, is_to_be_written, next_.stamp);
     if (replacement.has_failed_to_flush()) {
         needs_rebuild_ = true;
-        layout.is_flushed = false;
+        layout_.is_flushed = false;
     }
-    if (error != 0) {
+    if (error) {
         return error;
     }
     // Its name may not have reached the disk after a close: whoever writes it next opens it anew, and flushes its
     // folder.
-    file_ = purpose == Purpose::change ? replacement.take() : Descriptor();
-    opened_ = stamp;
+    file_ = is_to_be_written ? replacement.take() : Descriptor();
+    opened_ = next_.stamp;
     has_changed_ = true;
     needs_rebuild_ = false;
     next_compaction_ = 0;
-    layout = std::move(result.layout);
-    layout.is_flushed = purpose == Purpose::change;
-    layout.is_truncation_durable = true;
-    layout.checkpoint_end = layout.text_end;
-    for (const auto& [key, line] : result.places) {
-        placed(key, line);
-    }
-    return 0;
+    layout_ = std::move(compacted.layout);
+    layout_.is_flushed = is_to_be_written;
+    layout_.is_truncation_durable = true;
+    layout_.checkpoint_end = layout_.text_end;
+    return {};
 }
 
 void StoreFile::forget_lock() {

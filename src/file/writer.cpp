@@ -10,9 +10,17 @@
 
 namespace zelva::file {
 
+using format::Change;
+using format::page_size;
+using format::Place;
+using format::rounded_up;
+using format::sector_size;
+using format::Superseded;
+
 namespace {
 
 constexpr std::string_view dead = "=";
+static_assert(dead[0] == format::dead_mark);
 
 /// Makes room for so many more lines, which then take no memory.
 void make_room(std::vector<Superseded>& lines, std::size_t more) {
@@ -23,105 +31,200 @@ void make_room(std::vector<Superseded>& lines, std::size_t more) {
 
 }  // namespace
 
-bool Writer::is_out_of_room(int error) const {
+/// The changes of a batch that give values, and their lines. All of it is made before the file changes: there may be no
+/// memory later.
+struct Writer::Insertion {
+    Insertion(const Change* begin_, const Change* end_, Place* places_) : begin(begin_), end(end_), places(places_) {
+        std::size_t size = 0;
+        for (const Change* change = begin; change != end; ++change) {
+            pieces.push_back(format::lines_of(change, change + 1));
+            place(*change) = {0, static_cast<std::uint32_t>(pieces.back().size())};
+            size += pieces.back().size();
+        }
+        if (size < sector_size && end - begin > 1) {
+            lines = std::move(pieces);
+            pieces.assign(1, format::lines_of(begin, end));
+        }
+    }
+
+    Place& place(const Change& change) const { return places[&change - begin]; }
+
+    /// Of a key that has no line yet.
+    bool is_new() const {
+        return std::none_of(begin, end, [](const Change& change) { return change.place.has_value(); });
+    }
+
+    bool is_last(const Change& change) const { return &change + 1 == end; }
+
+    const Change* begin;
+    const Change* end;
+    Place* places;                    // of the lines; their sizes are known
+    std::vector<std::string> pieces;  // each is placed by itself: a line, or all of them
+    std::vector<std::string> lines;   // the same one by one, where they are one piece
+};
+
+bool Writer::is_out_of_room(const Error& error) const {
     // A flush is never tried again.
-    return (error == ENOSPC || error == EDQUOT) && !has_failed_to_flush_;
+    return (error.number == ENOSPC || error.number == EDQUOT) && !has_failed_to_flush_;
 }
 
-int Writer::put(const std::vector<Change>& changes, const Placed& placed) {
-    // Everything is made ready before the file changes: there may be no memory later.
-    std::vector<std::string> texts;
-    std::vector<Place> lines;
-    std::size_t size = 0;
-    for (const Change& change : changes) {
-        texts.push_back(format::lines_of(&change, &change + 1));
-        lines.push_back({0, static_cast<std::uint32_t>(texts.back().size())});
-        size += texts.back().size();
+Error Writer::apply(const format::Batch& batch, std::vector<Place>& places) {
+    places.assign(batch.size(), {});
+    const Change* const begin = batch.data();
+    const Change* const end = begin + batch.size();
+    const Change* const values =
+        std::find_if(begin, end, [](const Change& change) { return change.value.has_value(); });
+    Insertion insertion(values, end, places.data() + (values - begin));
+    std::size_t size = layout_.size + 2 * page_size;
+    for (const Place& place : places) {
+        size += place.size;
     }
-    if (size + layout_.size + 2 * page_size > INT_MAX) {
-        return EFBIG;
+    if (size > INT_MAX) {
+        return {EFBIG, "pwrite", nullptr};
     }
-    std::vector<std::string> texts_apart;
-    if (size < sector_size && changes.size() > 1) {
-        texts_apart = std::move(texts);
-        texts.assign(1, format::lines_of(changes.data(), changes.data() + changes.size()));
-    }
-    make_room(layout_.superseded, changes.size());
+    make_room(layout_.superseded, batch.size());
+    const Error error = begin != values ? remove(begin, values, values != end) : Error();
+    return !error && values != end ? insert(insertion) : error;
+}
 
-    const auto leave_superseded = [this](const Place& line, const Change& change) {
-        layout_.superseded.push_back({line, format::hash_of_name(change.name)});
+Error Writer::remove(const Change* begin, const Change* end, bool are_values_to_follow) {
+    std::vector<Superseded> lines;
+    std::size_t lines_end = 0;
+    for (const Change* change = begin; change != end; ++change) {
+        if (change->place) {
+            lines.push_back({*change->place, format::hash_of_name(change->name)});
+            lines_end = std::max<std::size_t>(lines_end, change->place->offset + 1);
+        }
+    }
+    if (const Error error = settle(lines_end, are_values_to_follow)) {
+        return error;
+    }
+    if (lines.empty()) {
+        return {};
+    }
+    if (const Error error = mark_all_dead(lines, is_durable())) {
+        return error;
+    }
+    for (const Superseded& line : lines) {
         layout_.live -= line.size;
         layout_.dead += line.size;
-    };
-    const bool is_new = std::none_of(changes.begin(), changes.end(), [](const Change& change) { return change.place; });
+    }
+    return {};
+}
+
+/// Sees to it that earlier lines of names, whose lines lie before `end`, do not come to count when these are marked
+/// dead. Where values are to follow that these names would spoil, no line of them is left: also none that has been
+/// removed since the last flush, or that a refused change has left.
+Error Writer::settle(std::size_t end, bool are_values_to_follow) {
+    const bool is_to_be_marked = are_values_to_follow && !layout_.superseded.empty();
+    const bool is_to_be_flushed = are_values_to_follow && is_durable() && (is_to_be_marked || !layout_.is_flushed);
+    if (end <= layout_.checkpoint_end && !is_to_be_marked) {
+        return is_to_be_flushed ? flush() : Error();
+    }
+    Error error = checkpoint();
+    if (!error && must_be_read_) {
+        error = stale();
+    }
+    if (!error && (end > layout_.checkpoint_end || is_to_be_flushed)) {
+        error = flush();
+    }
+    return error;
+}
+
+Error Writer::insert(Insertion& insertion) {
     const std::size_t old_size = layout_.size;
-    std::size_t next = 0;  // of the lines
-    for (std::size_t i = 0; i < texts.size();) {
-        const bool is_last = i + 1 == texts.size();
+    if (const Error error = place(insertion)) {
+        return error;
+    }
+    layout_.checkpoint_end = std::min<std::size_t>(layout_.checkpoint_end, insertion.places[0].offset);
+    if (const Error error = retire(insertion)) {
+        return error;
+    }
+    // To mark a line dead in another page has the next flush write two: such lines wait until the file grows.
+    if (is_durable() && layout_.size > old_size) {
+        static_cast<void>(checkpoint());  // or later
+    }
+    return {};
+}
+
+/// Writes the pieces in turn.
+Error Writer::place(Insertion& insertion) {
+    const Change* next = insertion.begin;
+    for (std::size_t i = 0; i < insertion.pieces.size(); ++i) {
         std::size_t offset = 0;
-        int error = append(texts[i], is_last, offset);
-        if (is_out_of_room(error) && (error = trim_dead()) == 0) {
-            error = append(texts[i], is_last, offset);
-        }
-        if (is_out_of_room(error) && (texts.size() == 1 || is_new)) {
-            error = write_into_dead_space(texts[i], changes, offset);
-        }
-        if (is_out_of_room(error) && is_new && texts.size() < texts_apart.size()) {
+        Error error = place_piece(insertion, i, offset);
+        if (is_out_of_room(error) && insertion.is_new() && !insertion.lines.empty()) {
             // There may be room for each line by itself.
-            std::swap(texts, texts_apart);
-            continue;
+            insertion.pieces = std::move(insertion.lines);
+            insertion.lines.clear();
+            error = place_piece(insertion, i, offset);
         }
-        if (error != 0) {
-            for (std::size_t written = 0; written < next; ++written) {
-                leave_superseded(lines[written], changes[written]);
+        if (error) {
+            for (const Change* written = insertion.begin; written != next; ++written) {
+                supersede(insertion.place(*written), format::hash_of_name(written->name));
             }
             return error;
         }
-        for (const std::size_t end = offset + texts[i].size(); offset < end; offset += lines[next++].size) {
-            lines[next].offset = static_cast<std::uint32_t>(offset);
-            layout_.live += lines[next].size;
-        }
-        ++i;
-    }
-    layout_.checkpoint_end = std::min<std::size_t>(layout_.checkpoint_end, lines.front().offset);
-    // To mark_dead_at_once a line in another page would have the next flush write two: such lines wait until the file
-    // grows.
-    for (std::size_t i = 0; i < changes.size(); ++i) {
-        const auto& old = changes[i].place;
-        if (!old) {
-            continue;
-        }
-        if (lines[i].offset < old->offset) {
-            // The new line has found room before the old one, which counts until it is withdrawn; those that mean
-            // nothing by themselves have been, before.
-            const bool is_last = i + 1 == changes.size();
-            const Superseded line{*old, format::hash_of_name(changes[i].name)};
-            if (const int error = is_last ? mark_dead_at_once({line}, true) : 0) {
-                leave_superseded(lines[i], changes[i]);
-                return error;
-            }
-            layout_.live -= old->size;
-            layout_.dead += old->size;
-        } else if (!is_durable() || old->offset / page_size != lines[i].offset / page_size ||
-                   mark_dead({*old, format::hash_of_name(changes[i].name)}) != 0) {
-            leave_superseded(*old, changes[i]);
-        } else {
-            layout_.live -= old->size;
-            layout_.dead += old->size;
+        for (const std::size_t end = offset + insertion.pieces[i].size(); offset < end; ++next) {
+            insertion.place(*next).offset = static_cast<std::uint32_t>(offset);
+            offset += insertion.place(*next).size;
+            layout_.live += insertion.place(*next).size;
         }
     }
-    if (is_durable() && layout_.size > old_size) {
-        static_cast<void>(tidy());  // or later
-    }
-    for (std::size_t i = 0; i < changes.size(); ++i) {
-        placed(changes[i].name, lines[i]);
-    }
-    return 0;
+    return {};
 }
 
-int Writer::append(const std::string& text, bool is_last, std::size_t& offset) {
+/// Writes one piece where there is room.
+Error Writer::place_piece(const Insertion& insertion, std::size_t piece, std::size_t& offset) {
+    const std::string& text = insertion.pieces[piece];
+    const bool is_last = piece + 1 == insertion.pieces.size();
+    Error error = append(text, is_last, offset);
+    if (is_out_of_room(error)) {
+        error = truncate_dead();
+        if (!error) {
+            error = append(text, is_last, offset);
+        }
+    }
+    if (is_out_of_room(error) && (insertion.pieces.size() == 1 || insertion.is_new())) {
+        error = write_into_dead_space(text, insertion, offset);
+    }
+    return error;
+}
+
+/// Marks the lines dead that the new ones supersede, or leaves that for later.
+Error Writer::retire(const Insertion& insertion) {
+    for (const Change* change = insertion.begin; change != insertion.end; ++change) {
+        if (!change->place) {
+            continue;
+        }
+        const Superseded old{*change->place, format::hash_of_name(change->name)};
+        const Place& line = insertion.place(*change);
+        if (line.offset < old.offset) {
+            // The new line lies before the old one, which still wins. To mark that dead is the commit point. The others
+            // have been marked before.
+            if (const Error error = insertion.is_last(*change) ? mark_all_dead({old}, true) : Error()) {
+                supersede(line, old.name);
+                return error;
+            }
+        } else if (!is_durable() || old.offset / page_size != line.offset / page_size || mark_dead(old)) {
+            supersede(old, old.name);
+            continue;
+        }
+        layout_.live -= old.size;
+        layout_.dead += old.size;
+    }
+    return {};
+}
+
+void Writer::supersede(const Place& line, std::uint32_t name) {
+    layout_.superseded.push_back({line, name});
+    layout_.live -= line.size;
+    layout_.dead += line.size;
+}
+
+Error Writer::append(const std::string& text, bool is_last, std::size_t& offset) {
     if (layout_.is_damaged) {
-        if (const int error = trim_padding()) {
+        if (const Error error = trim()) {
             return error;
         }
         layout_.is_damaged = false;
@@ -129,8 +232,14 @@ int Writer::append(const std::string& text, bool is_last, std::size_t& offset) {
     return text.size() <= sector_size ? append_short(text, is_last, offset) : append_long(text, is_last, offset);
 }
 
-int Writer::append_short(std::string_view text, bool is_last, std::size_t& offset) {
-    static const std::string padding(sector_size, '\n');
+Error Writer::append_short(std::string_view text, bool is_last, std::size_t& offset) {
+    static constexpr std::array<char, sector_size> blanks = [] {
+        std::array<char, sector_size> result{};
+        for (char& c : result) {
+            c = '\n';
+        }
+        return result;
+    }();
     offset = layout_.text_end;
     if (offset % sector_size + text.size() > sector_size) {
         offset = rounded_up(offset, sector_size);
@@ -140,241 +249,224 @@ int Writer::append_short(std::string_view text, bool is_last, std::size_t& offse
         // the first line of two.
         ++offset;
     }
-    if (const int error = check_padding(std::min(offset + text.size(), layout_.size))) {
+    if (const Error error = check_padding(std::min(offset + text.size(), layout_.size))) {
         return error;
     }
-    if (const int error = extend(offset + text.size())) {
+    if (const Error error = extend(offset + text.size())) {
         return error;
     }
-    int error = write(offset, text);
-    if (error == 0 && (is_durable() || !is_last)) {
+    Error error = write(offset, text);
+    if (!error && (is_durable() || !is_last)) {
         error = flush();
     } else {
         layout_.is_flushed = false;
     }
-    if (error != 0) {
-        undo(offset, std::string_view(padding).substr(0, text.size()));
+    if (error) {
+        undo(offset, {blanks.data(), text.size()});
         return error;
     }
     layout_.dead += offset - layout_.text_end;
     layout_.text_end = offset + text.size();
-    return 0;
+    return {};
 }
 
-int Writer::append_long(std::string text, bool is_last, std::size_t& offset) {
+Error Writer::append_long(std::string text, bool is_last, std::size_t& offset) {
     const bool is_aligned = layout_.size % page_size == 0;
-    int error = is_aligned ? 0 : extend(layout_.size + 1);
-    if (error == 0 && (!is_aligned || !layout_.is_truncation_durable)) {
+    Error error = is_aligned ? Error() : extend(layout_.size + 1);
+    if (!error && (!is_aligned || !layout_.is_truncation_durable)) {
         error = flush();
     }
-    if (error != 0) {
+    if (error) {
         return error;
     }
     offset = layout_.size;
     const std::size_t size = text.size();
-    const char first = std::exchange(text[0], dead[0]);
+    const char first = std::exchange(text[0], format::dead_mark);
     text.resize(rounded_up(size, page_size), '\n');
     layout_.size = offset + text.size();
     layout_.is_flushed = false;
     error = write(offset, text);
-    if (error == 0) {
+    if (!error) {
         error = flush();
     }
-    if (error != 0) {
-        must_be_read_ |= cut(offset) != 0;
+    if (error) {
+        must_be_read_ |= static_cast<bool>(truncate(offset));
         return error;
     }
     layout_.dead += offset + size - layout_.text_end;
     layout_.text_end = offset + size;
 
     error = write(offset, std::string_view(&first, 1));
-    if (error == 0 && (is_durable() || !is_last)) {
+    if (!error && (is_durable() || !is_last)) {
         error = flush();
     } else {
         layout_.is_flushed = false;
     }
-    if (error != 0) {
+    if (error) {
         undo(offset, dead);
         return error;
     }
     layout_.dead -= size;
-    return 0;
+    return {};
 }
 
-int Writer::write_into_dead_space(std::string_view text, const std::vector<Change>& changes, std::size_t& offset) {
+Error Writer::write_into_dead_space(std::string_view text, const Insertion& insertion, std::size_t& offset) {
     std::string file;
-    if (const int error = read_all(file_, file)) {
+    if (const Error error = read_all(file_, file)) {
         return error;
     }
     const auto patch = format::find_dead_space(std::string_view(file).substr(0, layout_.text_end), text);
     if (!patch) {
-        return ENOSPC;
+        return {ENOSPC, "pwrite", nullptr};
     }
-    // Old lines that stand behind the new one would count. What means nothing is withdrawn first; the value itself when
+    // Old lines that stand behind the new one would count. What means nothing is marked dead first; the old value when
     // the new line is on the disk.
-    int error = 0;
+    Error error;
     bool has_marked = false;
-    for (std::size_t i = 0; i + 1 < changes.size() && error == 0; ++i) {
-        if (changes[i].place) {
+    for (const Change* change = insertion.begin; !insertion.is_last(*change) && !error; ++change) {
+        if (change->place) {
             has_marked = true;
-            error = mark_dead({*changes[i].place, format::hash_of_name(changes[i].name)});
+            error = mark_dead({*change->place, format::hash_of_name(change->name)});
         }
     }
-    if (error == 0) {
+    if (!error) {
         error = flush();
     }
-    if (error == 0) {
+    if (!error) {
         error = write(patch->offset, patch->bytes);
-        if (error == 0) {
+        if (!error) {
             error = flush();
         }
-        if (error != 0) {
+        if (error) {
             undo(patch->offset, std::string_view(file).substr(patch->offset, patch->bytes.size()));
         }
     }
-    if (error != 0) {
+    if (error) {
         // Memory would go on taking for lines what is none any more.
         must_be_read_ |= has_marked;
         return error;
     }
     offset = patch->line_offset;
     layout_.dead -= std::min(layout_.dead, text.size());
-    return 0;
+    return {};
 }
 
-int Writer::remove(const std::vector<Change>& changes) {
-    std::vector<Superseded> lines;
-    std::size_t end = 0;
-    for (const Change& change : changes) {
-        if (change.place) {
-            lines.push_back({*change.place, format::hash_of_name(change.name)});
-            end = std::max<std::size_t>(end, change.place->offset + 1);
-        }
-    }
-    if (end > layout_.checkpoint_end) {
-        // Earlier lines of these names would come to count, if their withdrawal were not on the disk.
-        int error = tidy();
-        if (error == 0 && must_be_read_) {
-            error = ESTALE;
-        }
-        if (error == 0 && end > layout_.checkpoint_end) {
-            error = flush();
-        }
-        if (error != 0) {
-            return error;
-        }
-    }
-    if (const int error = mark_dead_at_once(lines, is_durable())) {
-        return error;
-    }
-    for (const Superseded& line : lines) {
-        layout_.live -= line.size;
-        layout_.dead += line.size;
-    }
-    return 0;
+Error Writer::mark_dead(const Superseded& line) {
+    const Error error = check_line(line);
+    // What stands there now is another line, which counts. The file tells where those of this entry are.
+    return error.number == ESTALE ? Error() : error ? error : write(line.offset, dead);
 }
 
-int Writer::mark_dead_at_once(const std::vector<Superseded>& lines, bool is_durable) {
-    std::string old;  // their first bytes
+Error Writer::mark_all_dead(const std::vector<Superseded>& lines, bool is_durable) {
+    std::string first_bytes;
     for (const Superseded& line : lines) {
-        if (const int error = check_line(line, line.name)) {
+        if (const Error error = check_line(line)) {
             return error;
         }
         char first = 0;
-        if (const int error = read(line.offset, &first, 1)) {
+        if (const Error error = read(line.offset, &first, 1)) {
             return error;
         }
-        old += first;
+        first_bytes += first;
     }
-    // The disk writes a sector as a whole: then all of them go at once.
-    const auto [least, greatest] = std::minmax_element(
-        lines.begin(), lines.end(), [](const Place& left, const Place& right) { return left.offset < right.offset; });
-    const bool is_within_sector = least->offset / sector_size == greatest->offset / sector_size;
-    int error = 0;
-    if (is_within_sector) {
-        std::string bytes(greatest->offset - least->offset + 1, '\0');
-        error = read(least->offset, bytes.data(), bytes.size());
-        for (const Place& line : lines) {
-            bytes[line.offset - least->offset] = format::dead_mark;
-        }
-        error = error == 0 ? write(least->offset, bytes) : error;
-        error = error == 0 && is_durable ? flush() : error;
-    } else {
-        for (auto line = lines.begin(); line != lines.end() && error == 0; ++line) {
-            error = write(line->offset, dead);
-            // Otherwise a loss of power might leave a key without its default.
-            const bool is_last = line + 1 == lines.end();
-            error = error == 0 && (is_durable || !is_last) ? flush() : error;
-        }
-    }
-    if (error != 0 || !is_durable) {
+    const bool is_within_sector = std::all_of(lines.begin(), lines.end(), [&lines](const Place& line) {
+        return line.offset / sector_size == lines[0].offset / sector_size;
+    });
+    const Error error = is_within_sector ? mark_within_sector(lines, is_durable) : mark_in_turn(lines, is_durable);
+    if (error || !is_durable) {
         layout_.is_flushed = false;
     }
-    for (std::size_t i = 0; error != 0 && i < lines.size(); ++i) {
-        undo(lines[i].offset, std::string_view(old).substr(i, 1));
+    for (std::size_t i = 0; error && i < lines.size(); ++i) {
+        undo(lines[i].offset, std::string_view(first_bytes).substr(i, 1));
     }
-    if (error != 0 && !is_within_sector && !has_failed_to_flush_) {
-        // The withdrawal of the first one may be on the disk.
+    if (error && !is_within_sector && !has_failed_to_flush_) {
+        // The first mark may be on the disk.
         static_cast<void>(flush());
     }
     return error;
 }
 
-int Writer::tidy() {
-    int error = layout_.is_flushed ? 0 : flush();
-    for (auto line = layout_.superseded.begin(); line != layout_.superseded.end() && error == 0; ++line) {
+/// In one write, which the disk makes as a whole.
+Error Writer::mark_within_sector(const std::vector<Superseded>& lines, bool is_durable) {
+    const auto [first, last] = std::minmax_element(
+        lines.begin(), lines.end(), [](const Place& left, const Place& right) { return left.offset < right.offset; });
+    std::string bytes(last->offset - first->offset + 1, '\0');
+    Error error = read(first->offset, bytes.data(), bytes.size());
+    for (const Place& line : lines) {
+        bytes[line.offset - first->offset] = format::dead_mark;
+    }
+    if (!error) {
+        error = write(first->offset, bytes);
+    }
+    return !error && is_durable ? flush() : error;
+}
+
+Error Writer::mark_in_turn(const std::vector<Superseded>& lines, bool is_durable) {
+    Error error;
+    for (auto line = lines.begin(); line != lines.end() && !error; ++line) {
+        error = write(line->offset, dead);
+        // Otherwise a power loss might leave a key without its default.
+        const bool is_last = line + 1 == lines.end();
+        if (!error && (is_durable || !is_last)) {
+            error = flush();
+        }
+    }
+    return error;
+}
+
+Error Writer::checkpoint() {
+    Error error = layout_.is_flushed ? Error() : flush();
+    for (auto line = layout_.superseded.begin(); line != layout_.superseded.end() && !error; ++line) {
         error = mark_dead(*line);
     }
-    if (error == 0) {
+    if (!error) {
         layout_.superseded.clear();
     }
     return error;
 }
 
-int Writer::trim_dead() {
-    // Superseded lines may be withdrawn by now.
-    if (const int error = tidy()) {
+Error Writer::trim() {
+    std::string padding(layout_.size - layout_.text_end, '\0');
+    if (const Error error = read(layout_.text_end, padding.data(), padding.size())) {
+        return error;
+    }
+    return format::live_end(padding) == 0 ? truncate(layout_.text_end) : stale();
+}
+
+/// Cuts dead lines off the end of the file.
+Error Writer::truncate_dead() {
+    // Superseded lines may be dead by now.
+    if (const Error error = checkpoint()) {
         return error;
     }
     std::string file;
-    if (const int error = read_all(file_, file)) {
+    if (const Error error = read_all(file_, file)) {
         return error;
     }
     const std::size_t end = format::live_end(file);
-    if (end >= layout_.text_end) {
-        return ENOSPC;
-    }
-    return cut(end);
+    return end < layout_.text_end ? truncate(end) : Error{ENOSPC, "pwrite", nullptr};
 }
 
-int Writer::trim_padding() {
-    std::string padding(layout_.size - layout_.text_end, '\0');
-    if (const int error = read(layout_.text_end, padding.data(), padding.size())) {
-        return error;
-    }
-    return format::live_end(padding) == 0 ? cut(layout_.text_end) : stale();
-}
-
-int Writer::extend(std::size_t size) {
+Error Writer::extend(std::size_t size) {
     if (size <= layout_.size) {
-        return 0;
+        return {};
     }
     // What was cut off would come back as if it had been written since.
     if (!layout_.is_truncation_durable) {
-        if (const int error = flush()) {
+        if (const Error error = flush()) {
             return error;
         }
     }
     const std::string padding(rounded_up(size, page_size) - layout_.size, '\n');
     std::size_t written = 0;
-    const int error = write_at(file_, layout_.size, padding, written);
+    const Error error = write_at(file_, layout_.size, padding, written);
     layout_.size += written;
-    return layout_.size >= size ? 0 : error;
+    return layout_.size >= size ? Error() : error;
 }
 
-int Writer::cut(std::size_t size) {
+Error Writer::truncate(std::size_t size) {
     if (system::ftruncate(file_.number(), static_cast<off_t>(size)) != 0) {
-        return errno;
+        return last_error("ftruncate");
     }
     layout_.size = size;
     layout_.arranged_end = std::min(layout_.arranged_end, size);
@@ -384,58 +476,48 @@ int Writer::cut(std::size_t size) {
         layout_.dead -= std::min(layout_.dead, layout_.text_end - size);
         layout_.text_end = size;
     }
-    return 0;
+    return {};
 }
 
-int Writer::flush() {
+Error Writer::flush() {
     if (system::fdatasync(file_.number()) != 0) {
         has_failed_to_flush_ = true;
         layout_.is_flushed = false;
-        return errno;
+        return last_error("fdatasync");
     }
     layout_.is_flushed = true;
     layout_.is_truncation_durable = true;
     if (layout_.superseded.empty()) {
         layout_.checkpoint_end = layout_.text_end;
     }
-    return 0;
+    return {};
 }
 
-int Writer::stale() {
-    must_be_read_ = true;
-    return ESTALE;
-}
-
-int Writer::read(std::size_t offset, char* bytes, std::size_t size) {
-    const int error = read_at(file_, offset, bytes, size);
-    return error == ESTALE ? stale() : error;  // a person has cut the file off
-}
-
-int Writer::check_padding(std::size_t end) {
+Error Writer::check_padding(std::size_t end) {
     // And the line feed of the last line.
     const std::size_t begin = layout_.text_end > 0 ? layout_.text_end - 1 : 0;
     std::array<char, 2 * sector_size + 1> padding{};
     const std::size_t size = end > begin ? end - begin : 0;
-    if (const int error = read(begin, padding.data(), size)) {
+    if (const Error error = read(begin, padding.data(), size)) {
         return error;
     }
     const bool is_padding = std::all_of(padding.begin(), padding.begin() + static_cast<std::ptrdiff_t>(size),
                                         [](char c) { return c == '\n'; });
-    return is_padding ? 0 : stale();
+    return is_padding ? Error() : stale();
 }
 
-int Writer::check_line(const Place& line, std::uint32_t name) {
+Error Writer::check_line(const Superseded& line) {
     // The last byte of the line before it, and mostly all of it.
     const std::size_t before = line.offset > 0 ? 1 : 0;
     std::array<char, sector_size + 1> usual{};
     std::string_view bytes(usual.data(), std::min<std::size_t>(line.size + before, usual.size()));
-    if (const int error = read(line.offset - before, usual.data(), bytes.size())) {
+    if (const Error error = read(line.offset - before, usual.data(), bytes.size())) {
         return error;
     }
     std::string whole;
     if (bytes.size() < line.size + before && !format::name_in(bytes.substr(before))) {
         whole.resize(line.size + before);
-        if (const int error = read(line.offset - before, whole.data(), whole.size())) {
+        if (const Error error = read(line.offset - before, whole.data(), whole.size())) {
             return error;
         }
         bytes = whole;
@@ -443,23 +525,27 @@ int Writer::check_line(const Place& line, std::uint32_t name) {
     const bool is_line = before == 0 || bytes[0] == '\n';
     bytes.remove_prefix(before);
     const auto found = format::name_in(bytes.substr(0, bytes.find('\n')));
-    return is_line && found && format::hash_of_name(*found) == name ? 0 : stale();
+    return is_line && found && format::hash_of_name(*found) == line.name ? Error() : stale();
 }
 
-int Writer::mark_dead(const Superseded& line) {
-    const int error = check_line(line, line.name);
-    // What stands there now is another line, which counts. The file tells where those of this entry are.
-    return error == ESTALE ? 0 : error != 0 ? error : write(line.offset, dead);
+Error Writer::stale() {
+    must_be_read_ = true;
+    return {ESTALE, "pread", nullptr};
 }
 
-int Writer::write(std::size_t offset, std::string_view bytes) {
+Error Writer::read(std::size_t offset, char* bytes, std::size_t size) {
+    const Error error = read_at(file_, offset, bytes, size);
+    return error.number == ESTALE ? stale() : error;  // a person has cut the file off
+}
+
+Error Writer::write(std::size_t offset, std::string_view bytes) {
     std::size_t written = 0;
     return write_at(file_, offset, bytes, written);
 }
 
 void Writer::undo(std::size_t offset, std::string_view bytes) {
     layout_.is_flushed = false;
-    must_be_read_ |= write(offset, bytes) != 0;
+    must_be_read_ |= static_cast<bool>(write(offset, bytes));
 }
 
 }  // namespace zelva::file

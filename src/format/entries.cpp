@@ -140,9 +140,11 @@ void Entries::prepare(std::string_view name) {
     }
 }
 
-void Entries::put(std::string_view name, Cell cell) {
+void Entries::exchange(std::string_view name, Cell& cell) {
     const auto [key, slot] = parse_name(name);
-    record_of(key)->at(slot) = std::move(cell);
+    if (Record* const record = record_of(key)) {
+        std::swap(record->at(slot), cell);
+    }
 }
 
 void Entries::give_back(std::string_view name) {
@@ -150,13 +152,6 @@ void Entries::give_back(std::string_view name) {
     const Record* const record = record_of(key);
     if (record != nullptr && record->is_empty()) {
         remove_record(key);
-    }
-}
-
-void Entries::erase(std::string_view name) {
-    if (Cell* const cell = find(name)) {
-        *cell = {};
-        give_back(name);
     }
 }
 

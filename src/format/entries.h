@@ -38,14 +38,15 @@ class Entries {
     /// By its name.
     Cell* find(std::string_view name);
 
-    /// Makes room for an entry of this name; it comes to be with put(), which cannot fail, or the room is given back.
-    /// An entry that there is needs none.
+    /// Makes room for an entry of this name, which exchange() then cannot lack. An entry that there is needs none.
     void prepare(std::string_view name);
-    void put(std::string_view name, Cell cell);
-    void give_back(std::string_view name);
 
-    /// Removes an entry, if there is one.
-    void erase(std::string_view name);
+    /// Puts a cell in the place of an entry's, and hands that out: an empty one for an entry that there is not. Takes
+    /// no memory. REQUIRES: there is such an entry or room for it, or the cell is empty.
+    void exchange(std::string_view name, Cell& cell);
+
+    /// Gives the room back of an entry that is empty.
+    void give_back(std::string_view name);
 
     bool has_keys() const;
 

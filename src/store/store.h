@@ -1,9 +1,7 @@
-// The rules of keys, types, defaults and versions.
+// A store: a file's entries in memory for programs to read, and the way of a change to the file and back to memory.
 //
-// A store holds its file's entries in memory (entries.h). Names that begin with "DEFAULT_" are those of defaults and
-// are reserved: no operation takes them, and no list holds them.
-//
-// Any thread may call any member function at any time.
+// Names that begin with "DEFAULT_" are those of defaults and are reserved: no operation takes them, and no list holds
+// them. Any thread may call any member function at any time.
 #pragma once
 
 #include <zelva/core.h>
@@ -11,24 +9,19 @@
 
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
-#include <shared_mutex>
-#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "file/paths.h"
 #include "file/store_file.h"
-#include "format/entries.h"
-#include "store/readers_lock.h"
+#include "store/mutex.h"
+#include "store/rules.h"
 #include "value/value.h"
 
 namespace zelva::store {
 
-using format::Cell;
-using format::Entries;
 using format::Slot;
 using value::Type;
 using value::Value;
@@ -38,6 +31,10 @@ struct Versions {
     unsigned stored;
     unsigned announced;
 };
+
+/// What readers see, replaced as a whole when the file has been read again. Only the holder of the writer's lock
+/// changes entries, and asks for the places of their lines.
+using Snapshot = file::FileText;
 
 /// What the two stores share: a file that has been read, and its entries.
 class Store {
@@ -51,15 +48,18 @@ class Store {
 
     zelva_core_status close();
 
-    /// Calls `use` with a View<T> of the value in one slot of a key, of type T. `use` may throw; it runs under the
+    /// Calls `visit` with a View<T> of the value in one slot of a key, of type T. `visit` may throw; it runs under the
     /// store's lock and must not call the store.
-    template <class T, class Use>
-    zelva_core_status read(std::string_view key, Slot slot, Use&& use) {
-        std::shared_lock lock(memory_);
+    template <class T, class Visit>
+    zelva_core_status read(std::string_view key, Slot slot, Visit&& visit) {
+        if (format::is_default_name(key)) {
+            return ZELVA_CORE_STATUS_INVALID_PARAMS;  // whatever has become of the file
+        }
+        const HoldShared lock(memory_);
         const value::Packed* found = nullptr;
-        const zelva_core_status status = look_up(lock, key, slot, value::type_for<T>, found);
+        const zelva_core_status status = find(key, slot, value::type_for<T>, found);
         if (status == ZELVA_CORE_STATUS_NO_ERROR) {
-            std::forward<Use>(use)(found->get<T>());
+            std::forward<Visit>(visit)(found->get<T>());
         }
         return status;
     }
@@ -68,71 +68,56 @@ class Store {
 
     /// Around fork(), so that the child does not find the store in the middle of another thread's change, nor its locks
     /// held by a thread that the child does not have.
-    void before_fork();
-    void after_fork_in_parent();
-    void after_fork_in_child();
+    void before_fork() ACQUIRE(writing_, listing_, refreshing_, memory_);
+    void after_fork_in_parent() RELEASE(writing_, listing_, refreshing_, memory_);
+    void after_fork_in_child() RELEASE(writing_, listing_, refreshing_, memory_);
 
   protected:
-    /// What there is for as long as the store is open.
-    struct Contents {
-        std::shared_ptr<file::StoreFile> file;  // shared with readers that read it again
-        /// Of the file when it was read: entries refer to it. Neither is ever moved, as that may copy, or take memory.
-        std::unique_ptr<std::string> text = std::make_unique<std::string>();
-        std::unique_ptr<Entries> entries = std::make_unique<Entries>();  // only the holder of writing_ asks for lines
-        file::Revision revision;                                         // of the file that the entries are those of
-        format::Layout layout;  // of that file; only the holder of writing_ asks for it
-        zelva_core_durability durability = ZELVA_CORE_DURABILITY_FULL;
-        std::optional<Versions> versions;  // since the first announcement
-    };
-
     explicit Store(file::Kind kind) : kind_(kind) {}
     ~Store() = default;
 
-    using ReadLock = std::shared_lock<ReadersLock>;
+    zelva_core_status forget() REQUIRES(writing_) EXCLUDES(memory_);
 
-    /// Closes the store. REQUIRES: writing_ is held.
-    zelva_core_status forget();
+    /// Makes snapshot_ that of what the file holds. NOT_INITIALIZED where the store is not open.
+    zelva_core_status refresh() REQUIRES_SHARED(memory_) {
+        return is_current() ? (file_ ? ZELVA_CORE_STATUS_NO_ERROR : ZELVA_CORE_STATUS_NOT_INITIALIZED) : load_again();
+    }
 
-    /// Reads the file again if another program has changed it. Waits for nobody: `lock`, on memory_, is released
-    /// meanwhile.
-    zelva_core_status refresh(ReadLock& lock) { return is_current() ? ZELVA_CORE_STATUS_NO_ERROR : read_again(lock); }
-    zelva_core_status read_again(ReadLock& lock);
+    bool is_current() const REQUIRES_SHARED(memory_) { return !file_ || file_->is_current(); }
 
-    /// REQUIRES: memory_ is held.
-    bool is_current() const { return !contents_ || contents_->file->is_current(contents_->revision); }
+    /// Reads the file again, since another program has changed it. Waits for nobody: memory_ is released meanwhile.
+    zelva_core_status load_again() REQUIRES_SHARED(memory_);
 
-    /// The file's entries, layout and revision. Settings without a file have none; for a configuration, INVALID_PARAMS.
-    /// Nothing where it was not to wait for others who are changing the file.
-    std::optional<zelva_core_status> load(const file::StoreFile& file, file::StoreFile::Access access,
-                                          Contents& contents) const;
+    /// What reading a file means for the store: settings without a file are empty; a configuration has one.
+    zelva_core_status status_of(const file::Loaded& loaded) const;
 
-    /// Puts what has been read in the place of what there is. REQUIRES: memory_ is held.
-    void use(Contents& fresh);
+    /// Puts what has been read in the place of what there is.
+    void adopt(file::Loaded& loaded) REQUIRES(memory_);
 
-    /// The revision that memory stands for. The holder of writing_ asks under memory_ too: readers change it, and the
-    /// entries that it then relies on, when they read the file again.
-    file::Revision revision() const;
+    void adopt_for_readers(const std::shared_ptr<file::StoreFile>& file, file::Loaded& loaded)
+        EXCLUDES(memory_) NO_ANALYSIS;
 
-    /// As find, of what the file now holds. `lock` is on memory_.
-    zelva_core_status look_up(ReadLock& lock, std::string_view key, Slot slot, Type type, const value::Packed*& found);
+    /// As find_value, of what the file now holds.
+    zelva_core_status find(std::string_view key, Slot slot, Type type, const value::Packed*& found)
+        REQUIRES_SHARED(memory_);
 
-    /// Finds the value in a slot of a key of the given type. REQUIRES: memory_ or writing_ is held, and the key's name
-    /// is not reserved.
-    zelva_core_status find(std::string_view key, Slot slot, Type type, const value::Packed*& found) const;
+    // The locks, in the order in which they are taken.
 
-    /// Guards contents_ between readers and the holder of writing_. Never held while waiting for the disk, so that a
-    /// reader does not wait for it either. Taken after all others.
-    mutable ReadersLock memory_;
-    /// Cell by who opens, closes or changes the store, also while waiting for the disk.
-    std::mutex writing_;
-    /// Cell by who lists keys, one at a time, which may put them in order first. Taken after writing_.
-    std::mutex listing_;
-    /// Cell by who reads the file again for readers, one at a time. Taken after these, before memory_.
-    std::mutex refreshing_;
-    /// Cell while a change of this program is over for others and memory does not have it yet. Taken after these,
-    /// before memory_, and only by who holds writing_ or refreshing_: so it is free when a fork holds those.
-    std::mutex ending_;
-    std::optional<Contents> contents_;  // has a value while the store is open
+    /// Held by who opens, closes or changes the store, also while waiting for the disk.
+    Mutex writing_;
+    /// Held by who lists keys, one at a time, which may put them in order first.
+    Mutex listing_ ACQUIRED_AFTER(writing_);
+    /// Held by who reads the file again for readers, one at a time.
+    Mutex refreshing_ ACQUIRED_AFTER(listing_);
+    /// Held while a change of this program is over for others and memory does not have it yet. Taken only by who holds
+    /// writing_ or refreshing_: so it is free when a fork holds those.
+    Mutex ending_ ACQUIRED_AFTER(refreshing_);
+    /// Guards what readers see. Never held while waiting for the disk, so that a reader does not wait for it either.
+    mutable SharedMutex memory_ ACQUIRED_AFTER(ending_);
+
+    std::shared_ptr<file::StoreFile> file_ GUARDED_BY(memory_);  // while the store is open
+    std::shared_ptr<Snapshot> snapshot_ GUARDED_BY(memory_);     // of that file
+    std::optional<Versions> versions_ GUARDED_BY(memory_);       // since the first announcement
 
   private:
     const file::Kind kind_;
@@ -145,6 +130,9 @@ class ConfigurationStore : public Store {
 };
 
 /// The settings store: a store that is written.
+///
+/// One way leads to the file: commit() takes the lock, reads the file again if it has changed, has a rule decide,
+/// applies the batch to the file, and publishes the delta.
 class SettingsStore : public Store {
   public:
     SettingsStore() : Store(file::Kind::settings) {}
@@ -168,8 +156,8 @@ class SettingsStore : public Store {
 
     zelva_core_status type(std::string_view key, Type& type);
 
-    /// Calls `use` with each key that begins with `prefix`, under the store's lock.
-    zelva_core_status list(std::string_view prefix, const std::function<void(std::string_view)>& use);
+    /// Calls `visit` with each key that begins with `prefix`, under the store's lock.
+    zelva_core_status list(std::string_view prefix, const std::function<void(std::string_view)>& visit);
 
     /// Reads the file again.
     zelva_core_status reload();
@@ -181,60 +169,63 @@ class SettingsStore : public Store {
     zelva_core_status versions(unsigned& stored, unsigned& announced) const;
 
   private:
-    /// Applies `rules`, which find what there is and commit changes, while no other thread and no other program changes
-    /// the store. They do not take memory_. Where the file turns out to be another one than they have judged, they
-    /// judge again, once.
-    template <class Rules>
-    zelva_core_status change(const Rules& rules);
-    template <class Rules>
-    zelva_core_status change_once(const Rules& rules);
+    /// Entries after a change and, once it is published, before it.
+    struct Delta;
 
-    /// Goes over to the file to which the store's path leads by now. REQUIRES: writing_ is held.
-    zelva_core_status follow_links();
+    /// The open store while it is being changed, as its writer knows it.
+    struct Writing {
+        std::shared_ptr<file::StoreFile> file;
+        std::shared_ptr<Snapshot> snapshot;
+        file::Error lock_error;  // why the file cannot be changed, if so
+        bool is_locked = false;
 
-    /// Reads the file again if memory does not stand for what it holds. REQUIRES: writing_ and the file's lock are
-    /// held.
-    zelva_core_status update();
+        ~Writing() {
+            if (is_locked) {
+                file->unlock();
+            }
+        }
+    };
 
-    /// Reads the file again, whatever is known of it. REQUIRES: writing_ is held.
-    zelva_core_status reload(file::StoreFile::Access access);
+    /// Has `decide(const format::Entries&)` decide, and does what it has decided: in the file and then in memory, or
+    /// not at all. Where the file turns out to be another one than the rule has judged, once more.
+    template <class Decide>
+    zelva_core_status commit(const Decide& decide) REQUIRES(writing_) EXCLUDES(memory_);
 
-    /// Writes a value that has been judged. REQUIRES: within change().
-    zelva_core_status put(std::string_view key, Slot slot, const Value& value);
+    /// Locks the file, and reads it again if it has changed. Where it cannot be locked, no error: the same decision is
+    /// made of what is known of it.
+    zelva_core_status begin(Writing& writing) REQUIRES(writing_) EXCLUDES(memory_);
+    zelva_core_status carry_out(Writing& writing, const Decision& decision) REQUIRES(writing_) EXCLUDES(memory_);
+    file::Error apply(Writing& writing, const format::Batch& batch) REQUIRES(writing_) EXCLUDES(memory_);
+    file::Error flush(Writing& writing, bool is_checkpoint) REQUIRES(writing_) EXCLUDES(memory_);
 
-    /// What is to become of an entry.
-    format::Change change_of(std::string_view key, Slot slot, std::optional<Value> value) const;
+    /// A change of the file: `work()` makes it, and then it is published.
+    template <class Work>
+    file::Error change(Writing& writing, Delta& delta, const Work& work) REQUIRES(writing_) EXCLUDES(memory_);
 
-    /// Whether an entry has this value, and its line is what would be written. REQUIRES: within change().
-    bool is_written(std::string_view key, Slot slot, const Cell& present, const Value& value) const;
+    /// Ends a change of the file for other programs and for readers of this one, who see nothing between the two. The
+    /// one function that changes what readers see, but for adopt(). `error` is that of the change, before and after.
+    void publish(Writing& writing, Delta& delta, file::Error& error) noexcept REQUIRES(writing_) EXCLUDES(memory_);
 
-    /// Makes sure that what is there has reached the disk, if sets are to be durable. REQUIRES: within change().
-    zelva_core_status confirm();
+    std::shared_ptr<file::StoreFile> open_file() const EXCLUDES(memory_);
+    std::shared_ptr<Snapshot> snapshot() const EXCLUDES(memory_);
 
-    /// Makes the changes in the file and then in memory, or not at all. REQUIRES: within change().
-    zelva_core_status commit(const std::vector<format::Change>& changes);
+    /// Goes over to the file to which the store's path leads by now.
+    zelva_core_status follow_links(std::shared_ptr<file::StoreFile>& file) REQUIRES(writing_) EXCLUDES(memory_);
 
-    /// Notes that an entry's line has another place in the file.
-    void move_line(std::string_view name, format::Place line);
+    /// Reads the file again, whatever is known of it.
+    zelva_core_status load(const file::StoreFile& file, file::StoreFile::Access access) REQUIRES(writing_)
+        EXCLUDES(memory_);
 
-    /// Makes sure that the file has reached the disk. REQUIRES: within change().
-    zelva_core_status flush(bool is_checkpoint);
+    /// Whether nobody has changed the file. REQUIRES: the file's lock is held.
+    bool is_unchanged(const file::StoreFile& file) const EXCLUDES(memory_);
 
-    /// Sees to it that there is no default for an absent key to come by. May read the file again. REQUIRES: within
-    /// change().
-    zelva_core_status clear_default(std::string_view key);
+    /// Reads the file again if it has changed. REQUIRES: the file's lock is held.
+    zelva_core_status update(file::StoreFile& file) REQUIRES(writing_) EXCLUDES(memory_);
 
-    /// Leaves the file as a person would, where that can be done. REQUIRES: writing_ is held.
-    void tidy();
+    /// Leaves the file as a person would, where that can be done.
+    void trim() REQUIRES(writing_) EXCLUDES(memory_);
 
-    /// Calls `work` with the file's stamp, which it may change with the file, as it may the layout; then, if that has
-    /// succeeded and other programs know that they are to read the file again, `in_memory`, under memory_. Readers of
-    /// this program see nothing between the two. REQUIRES: within change(), with the lock of the file.
-    template <class Work, class InMemory>
-    zelva_core_status modify(Work&& work, InMemory&& in_memory);
-
-    /// Why the file cannot be changed, if so, for commit() to report: the rules decide first.
-    zelva_core_status lock_status_ = ZELVA_CORE_STATUS_NO_ERROR;
+    zelva_core_durability durability_ GUARDED_BY(writing_) = ZELVA_CORE_DURABILITY_FULL;
 };
 
 }  // namespace zelva::store

@@ -126,10 +126,8 @@ BOOST_AUTO_TEST_CASE(a_file_does_not_become_longer_than_two_gibibytes) {
     format::Layout layout;
     layout.size = INT_MAX - 8000;
     file::Writer writer(none, layout, ZELVA_CORE_DURABILITY_FULL);
-    bool is_placed = false;
-    BOOST_CHECK_EQUAL(EFBIG,
-                      writer.put({{"k", Value(1), {}}}, [&](std::string_view, format::Place) { is_placed = true; }));
-    BOOST_CHECK(!is_placed);
+    std::vector<format::Place> places;
+    BOOST_CHECK_EQUAL(EFBIG, writer.apply({{"k", Value(1), {}}}, places).number);
     BOOST_CHECK_EQUAL(INT_MAX - 8000, layout.size);
 }
 
@@ -724,7 +722,7 @@ BOOST_AUTO_TEST_CASE(who_has_the_store_open_knows_whether_it_is_alone) {
     { const OpenStore store("k = I1\n"); }
     file::SharedState mine(shared_state_path());
     const auto is_alone = [&mine] {
-        BOOST_REQUIRE_EQUAL(0, mine.lock());
+        BOOST_REQUIRE(!mine.lock());
         const bool result = mine.is_alone();
         mine.unlock();
         return result;
@@ -732,7 +730,7 @@ BOOST_AUTO_TEST_CASE(who_has_the_store_open_knows_whether_it_is_alone) {
     BOOST_CHECK(is_alone());
     {
         file::SharedState another(shared_state_path());
-        BOOST_REQUIRE_EQUAL(0, another.open());
+        BOOST_REQUIRE(!another.open());
         BOOST_CHECK(!is_alone());
     }
     BOOST_CHECK(is_alone());
@@ -799,7 +797,7 @@ BOOST_AUTO_TEST_CASE(a_forked_child_has_the_store_open_once_it_writes) {
     // The parent closes its own: who remains is the child, if it counts.
     file::SharedState mine(shared_state_path());
     const auto is_alone = [&mine] {
-        BOOST_REQUIRE_EQUAL(0, mine.lock());
+        BOOST_REQUIRE(!mine.lock());
         const bool result = mine.is_alone();
         mine.unlock();
         return result;
@@ -842,7 +840,7 @@ BOOST_AUTO_TEST_CASE(what_a_writer_knows_of_a_file_is_what_the_file_holds) {
         const bool is_removed = is_present && i % 3 == 0;
         const std::size_t sizes[] = {1, 200, 500, 700, 5000};
         const Value value(std::string(sizes[i % 5], 'v'));
-        std::vector<format::Change> changes;
+        format::Batch changes;
         if (is_removed) {
             changes.push_back({key, {}, line_of(key)});
             changes.push_back({"DEFAULT_" + key, {}, line_of("DEFAULT_" + key)});
@@ -853,11 +851,13 @@ BOOST_AUTO_TEST_CASE(what_a_writer_knows_of_a_file_is_what_the_file_holds) {
             changes.push_back({key, value, line_of(key)});
         }
         file::Writer writer(descriptor, layout, ZELVA_CORE_DURABILITY_FULL);
-        const auto placed = [&lines](std::string_view name, format::Place line) { lines[std::string(name)] = line; };
-        const int error = is_removed ? writer.remove(changes) : writer.put(changes, placed);
-        for (const format::Change& change : changes) {
-            if (is_removed && error == 0) {
-                lines.erase(change.name);
+        std::vector<format::Place> places;
+        const int error = writer.apply(changes, places).number;
+        for (std::size_t j = 0; j < changes.size() && error == 0; ++j) {
+            if (is_removed) {
+                lines.erase(changes[j].name);
+            } else {
+                lines[changes[j].name] = places[j];
             }
         }
         refused += error != 0 ? 1 : 0;
