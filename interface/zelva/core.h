@@ -1,5 +1,5 @@
 /**
- * What every program that uses the stores needs: the two enumerations, start and stop of the library, and the
+ * What every program that uses the stores needs: the version, the enumerations, start and stop of the library, and the
  * arrays in which lists of values cross the interface.
  *
  * Conventions of the whole C interface (this file, settings.h, configuration.h):
@@ -19,6 +19,21 @@
 #ifndef __cplusplus
 #include <stdbool.h>
 #endif
+
+/**
+ * @name Version
+ *
+ * The version of these headers, "MAJOR.MINOR.PATCH". A program that was built with one version runs, and can be built,
+ * with every later one of the same MAJOR. MINOR and PATCH are below 1000.
+ * @{
+ */
+#define ZELVA_CORE_VERSION_MAJOR 0
+#define ZELVA_CORE_VERSION_MINOR 1
+#define ZELVA_CORE_VERSION_PATCH 0
+/** As one number, which grows with the version: `#if ZELVA_CORE_VERSION >= 1002000` holds from 1.2.0 on. */
+#define ZELVA_CORE_VERSION \
+    (ZELVA_CORE_VERSION_MAJOR * 1000000 + ZELVA_CORE_VERSION_MINOR * 1000 + ZELVA_CORE_VERSION_PATCH)
+/** @} */
 
 /** Marks what the shared library exports; everything else in it is hidden. */
 #define ZELVA_CORE_API __attribute__((visibility("default")))
@@ -61,6 +76,14 @@ typedef enum zelva_core_settings_type {
     ZELVA_CORE_SETTING_TYPE_ARRAYOFBOOL = 7,
     ZELVA_CORE_SETTING_TYPE_ARRAYOFDOUBLE = 8
 } zelva_core_settings_type;
+
+/**
+ * Tells the version of the library that the program runs with, which may be a later one than that of the headers that
+ * it was built with.
+ *
+ * @return "MAJOR.MINOR.PATCH", a constant of the library.
+ */
+ZELVA_CORE_API const char* zelva_core_version(void);
 
 /**
  * Starts the library: finds the settings folder (settings.h), and looks whether it is there or can be made. It makes
