@@ -77,6 +77,14 @@ typedef enum zelva_core_settings_type {
     ZELVA_CORE_SETTING_TYPE_ARRAYOFDOUBLE = 8
 } zelva_core_settings_type;
 
+/** What a change of the settings store that has succeeded survives. The numbers are part of the interface. */
+typedef enum zelva_core_durability {
+    /** Power loss; the default. Costs a flush of the disk. */
+    ZELVA_CORE_DURABILITY_FULL = 0,
+    /** The end of the process, however it ends. */
+    ZELVA_CORE_DURABILITY_RELAXED = 1
+} zelva_core_durability;
+
 /**
  * Tells the version of the library that the program runs with, which may be a later one than that of the headers that
  * it was built with.

@@ -77,12 +77,6 @@ ZELVA_CORE_API zelva_core_status zelva_core_settings_init(const char* name);
  */
 ZELVA_CORE_API zelva_core_status zelva_core_settings_deinit(void);
 
-/** What a set, a delete or a copy that has returned ZELVA_CORE_STATUS_NO_ERROR survives. */
-typedef enum {
-    ZELVA_CORE_DURABILITY_FULL = 0,   /**< The loss of power; the default. Costs one flush of the disk. */
-    ZELVA_CORE_DURABILITY_RELAXED = 1 /**< The end of the process, however it ends. */
-} zelva_core_durability;
-
 /**
  * Chooses what later writes survive, until the store is closed.
  *
