@@ -127,7 +127,7 @@ ZELVA_CORE_API zelva_core_status settingsSetDoubleVector(const char* key, std::v
  * @name Arrays of the configuration store
  *
  * @return true when `key` holds an array of this type, which then replaces what `vector` held; false, with `vector`
- *     untouched, on anything else.
+ *     untouched, on any other status of the C function.
  * @{
  */
 

@@ -20,36 +20,55 @@ extern "C" {
  * seen until the store is opened again.
  *
  * @param name one path component of 1 to 200 bytes: no '/', no line feed, not beginning with '.'.
- * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_INVALID_PARAMS for NULL, a refused name, or when there is no
- *     such file; ZELVA_CORE_STATUS_ALLOC_FAILED when a configuration store is open already (it stays open) or there
- *     is no memory; ZELVA_CORE_STATUS_IO_FAILED when the file cannot be read or is not a regular file.
+ * @return ZELVA_CORE_STATUS_NO_ERROR;
+ *     ZELVA_CORE_STATUS_INVALID_PARAMS for NULL, a refused name, or when there is no such file;
+ *     ZELVA_CORE_STATUS_ALLOC_FAILED when a configuration store is open already (it stays open) or there is no memory;
+ *     ZELVA_CORE_STATUS_IO_FAILED when the file cannot be read or is not a regular file.
  */
 ZELVA_CORE_API zelva_core_status zelva_core_configuration_init(const char* name);
 
 /**
  * Closes the configuration store.
  *
- * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_NOT_INITIALIZED when none is open.
+ * @return ZELVA_CORE_STATUS_NO_ERROR;
+ *     ZELVA_CORE_STATUS_NOT_INITIALIZED when no configuration store is open.
  */
 ZELVA_CORE_API zelva_core_status zelva_core_configuration_deinit(void);
 
 /**
- * @name Get
+ * @name Get a number or a bool
  *
- * Hands out the value of `key`, exactly as the get of the settings store: a new string freed with free(), JSON in
- * its canonical form, or a new value array (core.h) freed with zelva_core_free_*_array; `length`, which may be NULL,
+ * Hands out the value of `key`, as the get of the settings store does.
+ *
+ * @return ZELVA_CORE_STATUS_NO_ERROR;
+ *     ZELVA_CORE_STATUS_INVALID_PARAMS when `key` or `value` is NULL or `key` begins with "DEFAULT_";
+ *     ZELVA_CORE_STATUS_NOT_INITIALIZED when no configuration store is open;
+ *     ZELVA_CORE_STATUS_SETTING_NOT_PRESENT when the key is absent;
+ *     ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE when the key has another type.
+ * @{
+ */
+ZELVA_CORE_API zelva_core_status zelva_core_configuration_get_int_value(const char* key, int* value);
+ZELVA_CORE_API zelva_core_status zelva_core_configuration_get_bool_value(const char* key, bool* value);
+ZELVA_CORE_API zelva_core_status zelva_core_configuration_get_double_value(const char* key, double* value);
+/** @} */
+
+/**
+ * @name Get a text or an array
+ *
+ * Hands out the value of `key`, as the get of the settings store does: a new string freed with free(), JSON in its
+ * canonical form, or a new value array (core.h) freed with zelva_core_free_*_array; `length`, which may be NULL,
  * receives the array's number of elements.
  *
- * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_INVALID_PARAMS when `key` or `value` is NULL or `key` begins
- *     with "DEFAULT_"; ZELVA_CORE_STATUS_NOT_INITIALIZED; ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
- *     ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE; ZELVA_CORE_STATUS_ALLOC_FAILED.
+ * @return ZELVA_CORE_STATUS_NO_ERROR;
+ *     ZELVA_CORE_STATUS_INVALID_PARAMS when `key` or `value` is NULL or `key` begins with "DEFAULT_";
+ *     ZELVA_CORE_STATUS_NOT_INITIALIZED when no configuration store is open;
+ *     ZELVA_CORE_STATUS_SETTING_NOT_PRESENT when the key is absent;
+ *     ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE when the key has another type;
+ *     ZELVA_CORE_STATUS_ALLOC_FAILED when there is no memory for the result.
  * @{
  */
 ZELVA_CORE_API zelva_core_status zelva_core_configuration_get_string_value(const char* key, char** value);
 ZELVA_CORE_API zelva_core_status zelva_core_configuration_get_json_value(const char* key, char** value);
-ZELVA_CORE_API zelva_core_status zelva_core_configuration_get_int_value(const char* key, int* value);
-ZELVA_CORE_API zelva_core_status zelva_core_configuration_get_bool_value(const char* key, bool* value);
-ZELVA_CORE_API zelva_core_status zelva_core_configuration_get_double_value(const char* key, double* value);
 ZELVA_CORE_API zelva_core_status zelva_core_configuration_get_arrayofstring_value(const char* key, char*** value,
                                                                                   int* length);
 ZELVA_CORE_API zelva_core_status zelva_core_configuration_get_arrayofint_value(const char* key, int*** value,
@@ -63,7 +82,8 @@ ZELVA_CORE_API zelva_core_status zelva_core_configuration_get_arrayofdouble_valu
 /**
  * Whether the store holds `key`.
  *
- * @return false also for NULL, for a name that begins with "DEFAULT_", and when no store is open.
+ * @return true when it does; false when it does not, for NULL and for a name that begins with "DEFAULT_", and when no
+ *     configuration store is open.
  */
 ZELVA_CORE_API bool zelva_core_configuration_does_key_exist(const char* key);
 

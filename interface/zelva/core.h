@@ -1,5 +1,5 @@
 /**
- * What every program that uses the stores needs: the two enumerations, start and stop of the library, and the
+ * What every program that uses the stores needs: the version, the enumerations, start and stop of the library, and the
  * arrays in which lists of values cross the interface.
  *
  * Conventions of the whole C interface (this file, settings.h, configuration.h):
@@ -19,6 +19,21 @@
 #ifndef __cplusplus
 #include <stdbool.h>
 #endif
+
+/**
+ * @name Version
+ *
+ * The version of these headers, "MAJOR.MINOR.PATCH". A program that was built with one version runs, and can be built,
+ * with every later one of the same MAJOR. MINOR and PATCH are below 1000.
+ * @{
+ */
+#define ZELVA_CORE_VERSION_MAJOR 0
+#define ZELVA_CORE_VERSION_MINOR 1
+#define ZELVA_CORE_VERSION_PATCH 0
+/** As one number, which grows with the version: `#if ZELVA_CORE_VERSION >= 1002000` holds from 1.2.0 on. */
+#define ZELVA_CORE_VERSION \
+    (ZELVA_CORE_VERSION_MAJOR * 1000000 + ZELVA_CORE_VERSION_MINOR * 1000 + ZELVA_CORE_VERSION_PATCH)
+/** @} */
 
 /** Marks what the shared library exports; everything else in it is hidden. */
 #define ZELVA_CORE_API __attribute__((visibility("default")))
@@ -62,6 +77,22 @@ typedef enum zelva_core_settings_type {
     ZELVA_CORE_SETTING_TYPE_ARRAYOFDOUBLE = 8
 } zelva_core_settings_type;
 
+/** What a change of the settings store that has succeeded survives. The numbers are part of the interface. */
+typedef enum zelva_core_durability {
+    /** Power loss; the default. Costs a flush of the disk. */
+    ZELVA_CORE_DURABILITY_FULL = 0,
+    /** The end of the process, however it ends. */
+    ZELVA_CORE_DURABILITY_RELAXED = 1
+} zelva_core_durability;
+
+/**
+ * Tells the version of the library that the program runs with, which may be a later one than that of the headers that
+ * it was built with.
+ *
+ * @return "MAJOR.MINOR.PATCH", a constant of the library, which is not freed.
+ */
+ZELVA_CORE_API const char* zelva_core_version(void);
+
 /**
  * Starts the library: finds the settings folder (settings.h), and looks whether it is there or can be made. It makes
  * none; the first settings store that is opened does. The stores can be opened without this call, and also after it has
@@ -69,9 +100,10 @@ typedef enum zelva_core_settings_type {
  * while the library is started.
  *
  * @return ZELVA_CORE_STATUS_NO_ERROR, also when the folder exists and may only be read, as programs that only read need
- *     no more; ZELVA_CORE_STATUS_IO_FAILED when the system does not say where the folder is, for want of a working
- *     directory or of the user database, when what stands in its place is no folder or one that the program may not
- *     look into, and when there is none and the program may not make one in the nearest folder above that exists;
+ *     no more;
+ *     ZELVA_CORE_STATUS_IO_FAILED when the system does not say where the folder is, for want of a working directory or
+ *     of the user database, when what stands in its place is no folder or one that the program may not look into, and
+ *     when there is none and the program may not make one in the nearest folder above that exists;
  *     ZELVA_CORE_STATUS_ALLOC_FAILED when there is no memory.
  */
 ZELVA_CORE_API zelva_core_status zelva_core_init(void);
@@ -85,24 +117,31 @@ ZELVA_CORE_API zelva_core_status zelva_core_init(void);
 ZELVA_CORE_API zelva_core_status zelva_core_deinit(void);
 
 /**
- * @name Value arrays
+ * @name New value arrays
  *
  * A list of values is an array of pointers, each to one separately allocated element, and a NULL after the last:
  * its length is the number of pointers before the first NULL.
  *
- * The alloc functions return an array of n elements and its NULL, to be freed with the free function of the same
- * type; NULL when there is no memory. The slots of a string array start as NULL: the caller stores strings made
- * with strdup() or malloc() in them, from the first one on. The slots of the other arrays point to elements that
- * are 0 or false, which the caller writes through them: `*array[i] = value`. With n = 0 the array is empty.
+ * The slots of a new string array are NULL: the caller stores strings made with strdup() or malloc() in them, from the
+ * first one on. The slots of the other arrays point to elements that are 0 or false, which the caller writes through
+ * them: `*array[i] = value`.
  *
- * The free functions release every element up to the first NULL, then the array. NULL is allowed.
+ * @param n the number of elements, without the NULL after the last; with 0 the array is empty.
+ * @return the array, to be freed with the free function of its element type; NULL when there is no memory.
  * @{
  */
 ZELVA_CORE_API char** zelva_core_alloc_string_array(unsigned n);
 ZELVA_CORE_API int** zelva_core_alloc_int_array(unsigned n);
 ZELVA_CORE_API bool** zelva_core_alloc_bool_array(unsigned n);
 ZELVA_CORE_API double** zelva_core_alloc_double_array(unsigned n);
+/** @} */
 
+/**
+ * @name Freeing value arrays
+ *
+ * Releases every element up to the first NULL, then the array. NULL is allowed.
+ * @{
+ */
 ZELVA_CORE_API void zelva_core_free_string_array(char** array);
 ZELVA_CORE_API void zelva_core_free_int_array(int** array);
 ZELVA_CORE_API void zelva_core_free_bool_array(bool** array);

@@ -43,9 +43,7 @@
  * passes over. Files of 2 GiB are refused.
  *
  * Programs. Several may have the same store open. What one has written, the next get of another sees; what a person
- * has changed in the file, the next write finds, and zelva_core_settings_reload reads. When the file that has changed
- * cannot be read again, a get or zelva_core_settings_get_type returns ZELVA_CORE_STATUS_IO_FAILED, a list is NULL, and
- * no key exists.
+ * has changed in the file, the next write finds, and zelva_core_settings_reload reads.
  */
 #ifndef ZELVA_SETTINGS_H
 #define ZELVA_SETTINGS_H
@@ -62,46 +60,47 @@ extern "C" {
  *
  * @param name one path component of 1 to 200 bytes: no '/', no line feed, not beginning with '.'. Names that begin
  *     with "CONFIG_" are those of configuration files and are refused.
- * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_INVALID_PARAMS for NULL or a refused name;
+ * @return ZELVA_CORE_STATUS_NO_ERROR;
+ *     ZELVA_CORE_STATUS_INVALID_PARAMS for NULL or a refused name;
  *     ZELVA_CORE_STATUS_ALLOC_FAILED when a settings store is open already, be it this one or one of another name
- *     (that store stays open), or there is no memory; ZELVA_CORE_STATUS_IO_FAILED when there is a file and it cannot be
- *     read, there is something else in its place, or its folder may not be searched.
+ *     (that store stays open), or there is no memory;
+ *     ZELVA_CORE_STATUS_IO_FAILED when there is a file and it cannot be read, there is something else in its place, or
+ *     its folder may not be searched.
  */
 ZELVA_CORE_API zelva_core_status zelva_core_settings_init(const char* name);
 
 /**
  * Closes the settings store, with full durability for the next one that is opened. Everything that was written is in
- * the file already; what was written with relaxed durability is not brought to the disk by this.
+ * the file already; what was written with relaxed durability is not flushed.
  *
- * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_NOT_INITIALIZED when none is open.
+ * @return ZELVA_CORE_STATUS_NO_ERROR;
+ *     ZELVA_CORE_STATUS_NOT_INITIALIZED when no settings store is open.
  */
 ZELVA_CORE_API zelva_core_status zelva_core_settings_deinit(void);
-
-/** What a set, a delete or a copy that has returned ZELVA_CORE_STATUS_NO_ERROR survives. */
-typedef enum {
-    ZELVA_CORE_DURABILITY_FULL = 0,   /**< The loss of power; the default. Costs one flush of the disk. */
-    ZELVA_CORE_DURABILITY_RELAXED = 1 /**< The end of the process, however it ends. */
-} zelva_core_durability;
 
 /**
  * Chooses what later writes survive, until the store is closed.
  *
- * With relaxed durability a loss of power may take back the last changes of each key, one by one, back to those before
+ * With relaxed durability power loss may take back the last changes of each key, one by one, back to those before
  * the last zelva_core_settings_sync or the last change with full durability. Each key then has a value that it once
  * had; none is torn. Changes whose line in the file is longer than 512 bytes are still flushed in part, to keep that
  * promise.
  *
- * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_INVALID_PARAMS for another number;
- *     ZELVA_CORE_STATUS_NOT_INITIALIZED.
+ * @param durability one of the enumerators; ZELVA_CORE_DURABILITY_FULL when a store is opened.
+ * @return ZELVA_CORE_STATUS_NO_ERROR;
+ *     ZELVA_CORE_STATUS_INVALID_PARAMS for a number that is no zelva_core_durability;
+ *     ZELVA_CORE_STATUS_NOT_INITIALIZED when no settings store is open.
  */
 ZELVA_CORE_API zelva_core_status zelva_core_settings_set_durability(zelva_core_durability durability);
 
 /**
- * Makes durable all that was set, by whichever program: from here on it survives the loss of power.
+ * Makes durable all that was set, by whichever program: from here on it survives power loss.
  *
- * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_NOT_INITIALIZED; ZELVA_CORE_STATUS_IO_FAILED when the file
- *     could not be brought to the disk: what was set since the last success may be lost with the power;
- *     ZELVA_CORE_STATUS_ALLOC_FAILED.
+ * @return ZELVA_CORE_STATUS_NO_ERROR;
+ *     ZELVA_CORE_STATUS_NOT_INITIALIZED when no settings store is open;
+ *     ZELVA_CORE_STATUS_IO_FAILED when the file could not be flushed: power loss may take back what was set since the
+ *     last success;
+ *     ZELVA_CORE_STATUS_ALLOC_FAILED when there is no memory.
  */
 ZELVA_CORE_API zelva_core_status zelva_core_settings_sync(void);
 
@@ -109,8 +108,10 @@ ZELVA_CORE_API zelva_core_status zelva_core_settings_sync(void);
  * Reads the store's file again. What other programs write is seen without it; what a person changes with an editor is
  * seen after it, or after the next write.
  *
- * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_NOT_INITIALIZED; ZELVA_CORE_STATUS_IO_FAILED when the file
- * cannot be read; ZELVA_CORE_STATUS_ALLOC_FAILED. On failure the store holds what it held.
+ * @return ZELVA_CORE_STATUS_NO_ERROR;
+ *     ZELVA_CORE_STATUS_NOT_INITIALIZED when no settings store is open;
+ *     ZELVA_CORE_STATUS_IO_FAILED when the file cannot be read: the store holds what it held;
+ *     ZELVA_CORE_STATUS_ALLOC_FAILED when there is no memory: the store holds what it held.
  */
 ZELVA_CORE_API zelva_core_status zelva_core_settings_reload(void);
 
@@ -119,12 +120,16 @@ ZELVA_CORE_API zelva_core_status zelva_core_settings_reload(void);
  *
  * Hands out the value of `key`. A string or JSON text is a new one, freed with free(); JSON comes in its canonical
  * form. An array is a new value array (core.h), freed with zelva_core_free_*_array; `length`, which may be NULL,
- * receives its number of elements.
+ * receives its number of elements, without the NULL after the last.
  *
- * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_INVALID_PARAMS when `key` or `value` is NULL or `key` begins
- *     with "DEFAULT_"; ZELVA_CORE_STATUS_NOT_INITIALIZED; ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
- *     ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE, also between string and JSON, and between an array and its elements;
- *     ZELVA_CORE_STATUS_IO_FAILED; ZELVA_CORE_STATUS_ALLOC_FAILED.
+ * @return ZELVA_CORE_STATUS_NO_ERROR;
+ *     ZELVA_CORE_STATUS_INVALID_PARAMS when `key` or `value` is NULL or `key` begins with "DEFAULT_";
+ *     ZELVA_CORE_STATUS_NOT_INITIALIZED when no settings store is open;
+ *     ZELVA_CORE_STATUS_SETTING_NOT_PRESENT when the key is absent;
+ *     ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE when the key has another type; string and JSON are two types, and so are
+ *     an array and its elements;
+ *     ZELVA_CORE_STATUS_IO_FAILED when another program has changed the file and it cannot be read again;
+ *     ZELVA_CORE_STATUS_ALLOC_FAILED when there is no memory for the result, or to read the file again.
  * @{
  */
 ZELVA_CORE_API zelva_core_status zelva_core_settings_get_string_value(const char* key, char** value);
@@ -145,8 +150,14 @@ ZELVA_CORE_API zelva_core_status zelva_core_settings_get_arrayofdouble_value(con
  *
  * Hands out the default of `key`, as the get of the same type hands out its value.
  *
- * @return as get; ZELVA_CORE_STATUS_SETTING_NOT_PRESENT when the key is absent, and also when the key is there and
- *     has no default.
+ * @return ZELVA_CORE_STATUS_NO_ERROR;
+ *     ZELVA_CORE_STATUS_INVALID_PARAMS when `key` or `value` is NULL or `key` begins with "DEFAULT_";
+ *     ZELVA_CORE_STATUS_NOT_INITIALIZED when no settings store is open;
+ *     ZELVA_CORE_STATUS_SETTING_NOT_PRESENT when the key is absent, and when it has no default;
+ *     ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE when the key, or in a file that a person has edited its default alone,
+ *     has another type;
+ *     ZELVA_CORE_STATUS_IO_FAILED when another program has changed the file and it cannot be read again;
+ *     ZELVA_CORE_STATUS_ALLOC_FAILED when there is no memory for the result, or to read the file again.
  * @{
  */
 ZELVA_CORE_API zelva_core_status zelva_core_settings_get_default_string_value(const char* key, char** value);
@@ -174,10 +185,13 @@ ZELVA_CORE_API zelva_core_status zelva_core_settings_get_default_arrayofdouble_v
  * cannot read back unchanged it refuses: a string with a line feed, a text that is not JSON, a number that is not
  * finite, an array string with a line feed or with a space or tab at either end.
  *
- * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_INVALID_PARAMS when `key` or `value` is NULL, the name is
- *     not one of a key, or the value is refused, whatever the store holds; ZELVA_CORE_STATUS_NOT_INITIALIZED;
- *     ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE when the key exists with another type; ZELVA_CORE_STATUS_IO_FAILED;
- *     ZELVA_CORE_STATUS_ALLOC_FAILED.
+ * @return ZELVA_CORE_STATUS_NO_ERROR;
+ *     ZELVA_CORE_STATUS_INVALID_PARAMS when `key` or `value` is NULL, the name is not one of a key, or the value is
+ *     refused, whatever the store holds;
+ *     ZELVA_CORE_STATUS_NOT_INITIALIZED when no settings store is open;
+ *     ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE when the key exists with another type;
+ *     ZELVA_CORE_STATUS_IO_FAILED when the file could not be read or written;
+ *     ZELVA_CORE_STATUS_ALLOC_FAILED when there is no memory.
  * @{
  */
 ZELVA_CORE_API zelva_core_status zelva_core_settings_set_string_value(const char* key, const char* value);
@@ -195,9 +209,15 @@ ZELVA_CORE_API zelva_core_status zelva_core_settings_set_arrayofdouble_value(con
  * @name Set the default
  *
  * Gives `key` a default. A key that is absent is created, with the default as its value. The value of a key that
- * exists stays as it is.
+ * exists stays as it is. Refused is what a set refuses.
  *
- * @return as set.
+ * @return ZELVA_CORE_STATUS_NO_ERROR;
+ *     ZELVA_CORE_STATUS_INVALID_PARAMS when `key` or `value` is NULL, the name is not one of a key, or the value is
+ *     refused, whatever the store holds;
+ *     ZELVA_CORE_STATUS_NOT_INITIALIZED when no settings store is open;
+ *     ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE when the key exists with another type;
+ *     ZELVA_CORE_STATUS_IO_FAILED when the file could not be read or written;
+ *     ZELVA_CORE_STATUS_ALLOC_FAILED when there is no memory.
  * @{
  */
 ZELVA_CORE_API zelva_core_status zelva_core_settings_set_default_string_value(const char* key, const char* value);
@@ -218,10 +238,14 @@ ZELVA_CORE_API zelva_core_status zelva_core_settings_set_default_arrayofdouble_v
  * value and its default; one that exists keeps its default. `oldKey` stays as it is. To rename a key, copy it and
  * delete the old one.
  *
- * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_INVALID_PARAMS when a key is NULL or begins with "DEFAULT_",
- *     or `newKey` is not the name of a key; ZELVA_CORE_STATUS_NOT_INITIALIZED; ZELVA_CORE_STATUS_SETTING_NOT_PRESENT
- *     when `oldKey` is absent; ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE when either key holds another type;
- *     ZELVA_CORE_STATUS_IO_FAILED; ZELVA_CORE_STATUS_ALLOC_FAILED.
+ * @return ZELVA_CORE_STATUS_NO_ERROR;
+ *     ZELVA_CORE_STATUS_INVALID_PARAMS when a key is NULL or begins with "DEFAULT_", or `newKey` is not the name of a
+ *     key;
+ *     ZELVA_CORE_STATUS_NOT_INITIALIZED when no settings store is open;
+ *     ZELVA_CORE_STATUS_SETTING_NOT_PRESENT when `oldKey` is absent;
+ *     ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE when either key has another type;
+ *     ZELVA_CORE_STATUS_IO_FAILED when the file could not be read or written;
+ *     ZELVA_CORE_STATUS_ALLOC_FAILED when there is no memory.
  * @{
  */
 ZELVA_CORE_API zelva_core_status zelva_core_settings_copy_string_key(const char* oldKey, const char* newKey);
@@ -238,15 +262,21 @@ ZELVA_CORE_API zelva_core_status zelva_core_settings_copy_arrayofdouble_key(cons
 /**
  * Whether the store holds `key`.
  *
- * @return false also for NULL, for a name that begins with "DEFAULT_", and when no store is open.
+ * @return true when it does; false when it does not, for NULL and for a name that begins with "DEFAULT_", when no
+ *     settings store is open, and when another program has changed the file and it cannot be read again, also
+ *     for want of memory.
  */
 ZELVA_CORE_API bool zelva_core_settings_does_key_exist(const char* key);
 
 /**
  * Tells the type of a key.
  *
- * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_INVALID_PARAMS when `key` or `type` is NULL or `key` begins
- *     with "DEFAULT_"; ZELVA_CORE_STATUS_NOT_INITIALIZED; ZELVA_CORE_STATUS_SETTING_NOT_PRESENT.
+ * @return ZELVA_CORE_STATUS_NO_ERROR;
+ *     ZELVA_CORE_STATUS_INVALID_PARAMS when `key` or `type` is NULL or `key` begins with "DEFAULT_";
+ *     ZELVA_CORE_STATUS_NOT_INITIALIZED when no settings store is open;
+ *     ZELVA_CORE_STATUS_SETTING_NOT_PRESENT when the key is absent;
+ *     ZELVA_CORE_STATUS_IO_FAILED when another program has changed the file and it cannot be read again;
+ *     ZELVA_CORE_STATUS_ALLOC_FAILED when there is no memory to read it again.
  */
 ZELVA_CORE_API zelva_core_status zelva_core_settings_get_type(const char* key, zelva_core_settings_type* type);
 
@@ -254,9 +284,12 @@ ZELVA_CORE_API zelva_core_status zelva_core_settings_get_type(const char* key, z
  * Removes a key, its value and its default, from the store and from the file. The name is then free for a key of any
  * type.
  *
- * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_INVALID_PARAMS when `key` is NULL or begins with "DEFAULT_";
- *     ZELVA_CORE_STATUS_NOT_INITIALIZED; ZELVA_CORE_STATUS_SETTING_NOT_PRESENT; ZELVA_CORE_STATUS_IO_FAILED;
- *     ZELVA_CORE_STATUS_ALLOC_FAILED.
+ * @return ZELVA_CORE_STATUS_NO_ERROR;
+ *     ZELVA_CORE_STATUS_INVALID_PARAMS when `key` is NULL or begins with "DEFAULT_";
+ *     ZELVA_CORE_STATUS_NOT_INITIALIZED when no settings store is open;
+ *     ZELVA_CORE_STATUS_SETTING_NOT_PRESENT when the key is absent;
+ *     ZELVA_CORE_STATUS_IO_FAILED when the file could not be read or written;
+ *     ZELVA_CORE_STATUS_ALLOC_FAILED when there is no memory.
  */
 ZELVA_CORE_API zelva_core_status zelva_core_settings_delete_key(const char* key);
 
@@ -264,7 +297,8 @@ ZELVA_CORE_API zelva_core_status zelva_core_settings_delete_key(const char* key)
  * Lists the keys of the store, each once, in no particular order.
  *
  * @return a new array of strings (core.h), freed with zelva_core_free_string_array; empty when the store is. NULL
- *     when no store is open or there is no memory.
+ *     when no settings store is open, when there is no memory, and when another program has changed the file and it
+ *     cannot be read again.
  */
 ZELVA_CORE_API char** zelva_core_settings_get_all_keys(void);
 
@@ -272,7 +306,8 @@ ZELVA_CORE_API char** zelva_core_settings_get_all_keys(void);
  * Lists the keys that begin with the bytes of `prefix`, each once, in no particular order. The empty prefix lists all.
  *
  * @return a new array of strings (core.h), freed with zelva_core_free_string_array; empty when no key matches. NULL
- *     when `prefix` is NULL, no store is open or there is no memory.
+ *     when `prefix` is NULL, when no settings store is open, when there is no memory, and when another program has
+ *     changed the file and it cannot be read again.
  */
 ZELVA_CORE_API char** zelva_core_settings_get_keys_starting_with(const char* prefix);
 
@@ -285,15 +320,18 @@ ZELVA_CORE_API char** zelva_core_settings_get_keys_starting_with(const char* pre
  * if it announced first and were killed half way, old settings would stay under the new version for good. First it
  * reads "Version" with zelva_core_settings_get_int_value; where that key is absent, the settings are from before there
  * were versions, or there are none. Then it migrates in steps that can be repeated, since one that is killed begins
- * anew. With relaxed durability it calls zelva_core_settings_sync before this: a loss of power could otherwise leave
+ * anew. With relaxed durability it calls zelva_core_settings_sync before this: power loss could otherwise leave
  * the version and take back a step. examples/migrate.c is such a program.
  *
  * @param oldVersion receives the version that the settings had: that of the file; 0 for settings from before there
  *     were versions; `newVersion` when there are no settings at all, and so nothing to migrate.
  * @param newVersion 1 to INT_MAX. Stored when it is higher than the version of the file.
- * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_INVALID_PARAMS when `oldVersion` is NULL or `newVersion` is
- *     out of range; ZELVA_CORE_STATUS_NOT_INITIALIZED; ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE when the file holds a
- *     "Version" that is not an int; ZELVA_CORE_STATUS_IO_FAILED; ZELVA_CORE_STATUS_ALLOC_FAILED.
+ * @return ZELVA_CORE_STATUS_NO_ERROR;
+ *     ZELVA_CORE_STATUS_INVALID_PARAMS when `oldVersion` is NULL or `newVersion` is out of range;
+ *     ZELVA_CORE_STATUS_NOT_INITIALIZED when no settings store is open;
+ *     ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE when the file holds a "Version" that is not an int;
+ *     ZELVA_CORE_STATUS_IO_FAILED when the file could not be read or written;
+ *     ZELVA_CORE_STATUS_ALLOC_FAILED when there is no memory.
  */
 ZELVA_CORE_API zelva_core_status zelva_core_settings_get_and_set_version(unsigned int* oldVersion,
                                                                          unsigned int newVersion);
@@ -302,8 +340,11 @@ ZELVA_CORE_API zelva_core_status zelva_core_settings_get_and_set_version(unsigne
  * Tells both versions of the last successful zelva_core_settings_get_and_set_version since the store was opened: the
  * one that the settings had, and the one that was announced, also when it was lower and therefore not stored.
  *
- * @return ZELVA_CORE_STATUS_NO_ERROR; ZELVA_CORE_STATUS_INVALID_PARAMS when a pointer is NULL or no version has been
- *     announced; ZELVA_CORE_STATUS_NOT_INITIALIZED.
+ * @param oldVersion receives the version that the settings had, 0 to INT_MAX.
+ * @param newVersion receives the version that was announced, 1 to INT_MAX.
+ * @return ZELVA_CORE_STATUS_NO_ERROR;
+ *     ZELVA_CORE_STATUS_INVALID_PARAMS when a pointer is NULL or no version has been announced;
+ *     ZELVA_CORE_STATUS_NOT_INITIALIZED when no settings store is open.
  */
 ZELVA_CORE_API zelva_core_status zelva_core_settings_get_versions(unsigned int* oldVersion, unsigned int* newVersion);
 

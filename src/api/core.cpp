@@ -97,6 +97,10 @@ Element** allocate_array(unsigned n) {
 
 using namespace zelva;
 
+const char* zelva_core_version(void) {
+    return ZELVA_CORE_VERSION_OF_PROJECT;
+}
+
 zelva_core_status zelva_core_init(void) {
     return api::guarded([] {
         api::settings();
