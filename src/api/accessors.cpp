@@ -19,14 +19,9 @@ using api::Slot;
 /// Copies what stands in a slot of `key` into the caller's object, which changes only when the copy is made.
 template <class T, class Object>
 zelva_core_status get(store::Store& store, Slot slot, const char* key, Object& object) {
-    if (key == nullptr) {
-        return ZELVA_CORE_STATUS_INVALID_PARAMS;
-    }
-    return api::guarded([&] {
-        return store.read<T>(key, slot, [&object](value::View<T> value) {
-            Object copy(value);
-            object = std::move(copy);
-        });
+    return api::get_value(store, slot, key, value::type_for<T>, [&object](const value::Packed& value) {
+        Object copy(value.get<T>());
+        object = std::move(copy);
     });
 }
 
@@ -37,22 +32,19 @@ zelva_core_status get(Slot slot, const char* key, Object& object) {
 
 template <class T>
 zelva_core_status set(Slot slot, const char* key, const T& object) {
-    if (key == nullptr) {
-        return ZELVA_CORE_STATUS_INVALID_PARAMS;
-    }
-    return api::guarded([&] { return api::settings().write(key, slot, object); });
+    return api::set_value(slot, key, [&object](value::Value& value) {
+        value = object;
+        return true;
+    });
 }
 
 zelva_core_status set_json(Slot slot, const char* key, const std::string& text) {
-    if (key == nullptr) {
-        return ZELVA_CORE_STATUS_INVALID_PARAMS;
-    }
-    return api::guarded([&] {
+    return api::set_value(slot, key, [&text](value::Value& value) {
         std::optional<Json> json = value::canonical_json(text);
-        if (!json) {
-            return ZELVA_CORE_STATUS_INVALID_PARAMS;
+        if (json) {
+            value = *std::move(json);
         }
-        return api::settings().write(key, slot, *std::move(json));
+        return json.has_value();
     });
 }
 

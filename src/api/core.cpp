@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "api/crossing.h"
+#include "api/c_types.h"
 #include "api/stores.h"
 #include "file/paths.h"
 
@@ -13,11 +13,11 @@ namespace {
 
 /// An object that is never destroyed, so that a thread or a static object that still uses it when the process ends can.
 template <class T>
-union Immortal {
-    Immortal() : object() {}
-    Immortal(const Immortal&) = delete;
-    Immortal& operator=(const Immortal&) = delete;
-    ~Immortal() {}  // NOLINT(modernize-use-equals-default): that would be no destructor at all, but a deleted one
+union NoDestructor {
+    NoDestructor() : object() {}
+    NoDestructor(const NoDestructor&) = delete;
+    NoDestructor& operator=(const NoDestructor&) = delete;
+    ~NoDestructor() {}  // NOLINT(modernize-use-equals-default): that would be no destructor at all, but a deleted one
 
     T object;
 };
@@ -36,7 +36,7 @@ struct Stores {
 };
 
 Stores& stores() {
-    static Immortal<Stores> stores;
+    static NoDestructor<Stores> stores;
     return stores.object;
 }
 

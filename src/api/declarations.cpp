@@ -8,7 +8,7 @@
 #include <utility>
 #include <variant>
 
-#include "api/crossing.h"
+#include "api/c_types.h"
 #include "value/value.h"
 
 namespace zelva::api {

@@ -5,13 +5,15 @@
 #include <type_traits>
 #include <utility>
 
-#include "api/crossing.h"
+#include "api/c_types.h"
 #include "api/stores.h"
 
 namespace zelva::api {
 
 using store::Slot;
 using value::Json;
+using value::Packed;
+using value::Value;
 
 template <class T>
 constexpr bool is_null(const T& argument) {
@@ -22,45 +24,43 @@ constexpr bool is_null(const T& argument) {
     }
 }
 
-/// Hands out what stands in a slot of `key`. For arrays the last argument is the optional length.
+/// Has `to_caller` hand out what stands in a slot of `key`, which is of this type. INVALID_PARAMS for NULL.
+zelva_core_status get_value(store::Store& store, Slot slot, const char* key, value::Type type,
+                            value::FunctionRef<void(const Packed&)> to_caller) noexcept;
+
+/// Sets the value that `from_caller` gives; INVALID_PARAMS where it gives none, and for NULL.
+zelva_core_status set_value(Slot slot, const char* key, value::FunctionRef<bool(Value&)> from_caller) noexcept;
+
+zelva_core_status copy_value(value::Type type, const char* old_key, const char* new_key) noexcept;
+bool contains(store::Store& store, const char* key) noexcept;
+
+/// For arrays the last argument is the optional length.
 template <class T, class... Length>
 zelva_core_status get(store::Store& store, Slot slot, const char* key, Out<T>* out, Length... length) {
-    if (key == nullptr || out == nullptr) {
+    if (out == nullptr) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
-    return guarded(
-        [&] { return store.read<T>(key, slot, [&](value::View<T> value) { hand_out(value, out, length...); }); });
+    return get_value(store, slot, key, value::type_for<T>,
+                     [out, length...](const Packed& value) { to_c(value.get<T>(), out, length...); });
 }
 
 template <class T>
 zelva_core_status set(Slot slot, const char* key, In<T> in) {
-    if (key == nullptr || is_null(in)) {
+    if (is_null(in)) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
-    return guarded([&] {
-        std::optional<T> value = take_in<T>(in);
-        if (!value) {
-            return ZELVA_CORE_STATUS_INVALID_PARAMS;
+    return set_value(slot, key, [in](Value& value) {
+        std::optional<T> given = from_c<T>(in);
+        if (given) {
+            value = *std::move(given);
         }
-        return settings().write(key, slot, *std::move(value));
+        return given.has_value();
     });
 }
 
 template <class T>
 zelva_core_status copy(const char* old_key, const char* new_key) {
-    if (old_key == nullptr || new_key == nullptr) {
-        return ZELVA_CORE_STATUS_INVALID_PARAMS;
-    }
-    return guarded([&] { return settings().copy(value::type_for<T>, old_key, new_key); });
-}
-
-inline bool contains(store::Store& store, const char* key) {
-    bool found = false;
-    guarded([&] {
-        found = key != nullptr && store.contains(key);
-        return ZELVA_CORE_STATUS_NO_ERROR;
-    });
-    return found;
+    return copy_value(value::type_for<T>, old_key, new_key);
 }
 
 }  // namespace zelva::api

@@ -204,7 +204,7 @@ char** zelva_core_settings_get_keys_starting_with(const char* prefix) {
         std::vector<std::string> keys;
         const zelva_core_status status = settings().list(prefix, [&](std::string_view key) { keys.emplace_back(key); });
         if (status == ZELVA_CORE_STATUS_NO_ERROR) {
-            hand_out(keys, &list, nullptr);
+            to_c(keys, &list, nullptr);
         }
         return status;
     });

@@ -27,7 +27,7 @@ Error read_all(const Descriptor& file, std::string& out) {
     for (std::size_t size = 0;;) {
         if (size == out.size()) {
             if (room > most) {
-                return {EFBIG, "read", nullptr};
+                return error_of("read", EFBIG);
             }
             out.resize(room);
             room += step;
@@ -48,7 +48,7 @@ Error read_at(const Descriptor& file, std::size_t offset, char* bytes, std::size
     while (size > 0) {
         const ssize_t count = system::pread(file.number(), bytes, size, static_cast<off_t>(offset));
         if (count == 0) {
-            return {ESTALE, "pread", nullptr};
+            return error_of("pread", ESTALE);
         }
         if (count < 0 && errno != EINTR) {
             return last_error("pread");
@@ -67,7 +67,7 @@ Error write_at(const Descriptor& file, std::size_t offset, std::string_view text
         const ssize_t count = system::pwrite(file.number(), text.data() + written, text.size() - written,
                                              static_cast<off_t>(offset + written));
         if (count == 0) {
-            return {EIO, "pwrite", nullptr};
+            return error_of("pwrite", EIO);
         }
         if (count < 0 && errno != EINTR) {
             return last_error("pwrite");

@@ -176,7 +176,7 @@ Error follow_links(std::string& path) {
         }
         path = std::move(target);
     }
-    return {ELOOP, "readlink", nullptr};
+    return error_of("readlink", ELOOP);
 }
 
 std::string folder_of(const std::string& path) {
@@ -196,7 +196,7 @@ Error check_settings_directory() {
         end = directory.rfind('/', end - 1);
         error = check_folder(directory.substr(0, std::max<std::size_t>(end, 1)), W_OK);
     }
-    return {error, "access", &directory};
+    return error_of("access", error, Subject::settings_folder);
 }
 
 Error create_settings_directory() {
@@ -216,13 +216,13 @@ Error create_settings_directory() {
             continue;
         }
         if (const Error error = make_folder(part, end == std::string::npos ? private_mode : parent_mode)) {
-            return error.of(directory);
+            return error.of(Subject::settings_folder);
         }
     }
     // A program that has made the settings folder may have died before its entry reached the disk. The folder for
     // shared state comes last: where it is, all of that has been done.
     sync_folder(folder_of(directory));
-    return make_shared_folder(shared, directory).of(directory);
+    return make_shared_folder(shared, directory).of(Subject::settings_folder);
 }
 
 Error create_shared_state_directory(const std::string& path) {

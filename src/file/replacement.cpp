@@ -75,7 +75,7 @@ Error read_attributes(const Descriptor& file, std::vector<Attribute>& attributes
     const int error =
         get_whole(names, [&](char* out, std::size_t size) { return system::flistxattr(file.number(), out, size); });
     if (error != 0) {
-        return {error == ENOTSUP ? 0 : error, "flistxattr", nullptr};
+        return error_of("flistxattr", error == ENOTSUP ? 0 : error);
     }
     for (std::size_t begin = 0; begin < names.size();) {
         Attribute attribute{names.c_str() + begin, {}};
@@ -89,7 +89,7 @@ Error read_attributes(const Descriptor& file, std::vector<Attribute>& attributes
         if (failure == 0) {
             attributes.push_back(std::move(attribute));
         } else if (failure != ENODATA) {  // somebody has removed it meanwhile
-            return {failure, "fgetxattr", nullptr};
+            return error_of("fgetxattr", failure);
         }
     }
     return {};

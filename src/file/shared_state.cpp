@@ -105,7 +105,7 @@ Error SharedState::open() {
         return last_error("fstat");
     }
     if (!S_ISREG(attributes.st_mode)) {
-        return {EINVAL, "open", nullptr};
+        return error_of("open", EINVAL);
     }
     if (attributes.st_size < file_size) {  // the file is new; who may only read it gets an error
         if (const Error error = make_page(file)) {
@@ -161,7 +161,7 @@ Error SharedState::look_at_name(bool& is_replaced, bool& is_whole) const {
         return last_error("fstat");
     }
     is_replaced = opened.st_nlink == 0;
-    return is_replaced ? Error() : Error{ESTALE, "stat", nullptr};
+    return is_replaced ? Error() : error_of("stat", ESTALE);
 }
 
 Error SharedState::lock(bool wait) {
@@ -174,10 +174,10 @@ Error SharedState::lock(bool wait) {
             }
         }
         if (!is_writable_) {
-            return {EACCES, "open", nullptr};
+            return error_of("open", EACCES);
         }
         if (const int error = set_lock(file_, lock_of_changes, F_WRLCK, wait)) {
-            return {error, "fcntl", nullptr};
+            return error_of("fcntl", error);
         }
         bool is_replaced = false;
         bool is_whole = true;
@@ -198,7 +198,7 @@ Error SharedState::lock(bool wait) {
         // Somebody has removed the file, or put another one in its place: its lock keeps nobody out who comes later.
         file_.close();
     }
-    return {ESTALE, "stat", nullptr};
+    return error_of("stat", ESTALE);
 }
 
 void SharedState::unlock() {

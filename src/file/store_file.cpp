@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <climits>
 #include <system_error>
-#include <unordered_map>
 
 #include "file/replacement.h"
 #include "file/writer.h"
@@ -53,7 +52,7 @@ Error read_file(const std::string& path, int access, ReadFile& out) {
         return last_error("fstat");
     }
     if (!S_ISREG(out.attributes.st_mode)) {
-        return {EINVAL, "open", nullptr};
+        return error_of("open", EINVAL);
     }
     out.exists = true;
     return read_all(out.file, out.text);
@@ -85,22 +84,6 @@ void mark_dead_in(std::string& text, const format::Superseded& line) {
 
 bool is_all_but_padding(std::string_view text, std::string_view lines) {
     return value::begins_with(text, lines) && text.find_first_not_of('\n', lines.size()) == std::string_view::npos;
-}
-
-/// The places of the lines that a batch has got in a file that was written anew.
-std::vector<format::Place> places_of(const format::Batch& batch, const format::Compacted& compacted) {
-    std::vector<format::Place> places(batch.size());
-    std::unordered_map<std::string_view, std::size_t> changes;
-    for (std::size_t i = 0; i < batch.size(); ++i) {
-        changes.emplace(batch[i].name, i);
-    }
-    for (const auto& [name, place] : compacted.places) {
-        const auto change = changes.find(name);
-        if (change != changes.end()) {
-            places[change->second] = place;
-        }
-    }
-    return places;
 }
 
 /// Where a path leads.
@@ -164,7 +147,7 @@ Error StoreFile::look_at_path() {
     struct statx attributes {};
     const bool is_found = system::statx(path_.c_str(), AT_SYMLINK_NOFOLLOW, STATX_TYPE, &attributes) == 0;
     is_mounted_ = is_found && (attributes.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
-    return is_found && S_ISLNK(attributes.stx_mode) ? Error{ESTALE, "statx", &path_} : Error();
+    return is_found && S_ISLNK(attributes.stx_mode) ? error_of("statx", ESTALE) : Error();
 }
 
 Error StoreFile::clean_up() {
@@ -208,10 +191,10 @@ Loaded StoreFile::load(Access access) const {
         loaded.error = read_file_at_rest(path_, file);
     }
     if (!loaded.error && !file.exists && has_been_moved()) {
-        loaded.error = {ENOENT, "open", &folder_};
+        loaded.error = error_of("open", ENOENT, Subject::folder);
     }
     if (loaded.error) {
-        loaded.error = loaded.error.of(path_);
+        loaded.error = loaded.error.of(Subject::store_file);
         return loaded;
     }
     loaded.state = file.exists ? Loaded::State::present : Loaded::State::absent;
@@ -244,7 +227,7 @@ Error StoreFile::lock() {
     Error error = shared_->lock();
     if (error.number == ENOENT) {
         if (has_been_moved()) {
-            return {ENOENT, "stat", &folder_};
+            return error_of("stat", ENOENT, Subject::folder);
         }
         error = create_shared_state_directory(path_);
         if (!error) {
@@ -252,7 +235,7 @@ Error StoreFile::lock() {
         }
     }
     if (error) {
-        return error.of(shared_->path());
+        return error.of(Subject::shared_state);
     }
     try {
         if (shared_->held_counter() % 2 != 0) {
@@ -265,7 +248,7 @@ Error StoreFile::lock() {
     if (error) {
         unlock();
     }
-    return error.of(shared_->path());
+    return error.of(Subject::shared_state);
 }
 
 void StoreFile::unlock() {
@@ -278,7 +261,7 @@ bool StoreFile::is_unchanged(const Revision& revision) const {
 
 Error StoreFile::begin_change() {
     next_ = revision_;
-    return shared_->begin_change().of(shared_->path());
+    return shared_->begin_change().of(Subject::shared_state);
 }
 
 Error StoreFile::end_change() {
@@ -288,7 +271,7 @@ Error StoreFile::end_change() {
     } else {
         next_.counter = shared_->held_counter();
     }
-    return error.of(shared_->path());
+    return error.of(Subject::shared_state);
 }
 
 void StoreFile::adopt_change() {
@@ -342,7 +325,7 @@ Applied StoreFile::flush(bool is_checkpoint) {
     has_changed_ = has_changed_ || marks_lines;
     applied.error = write(may_only_read ? reading : file_, ZELVA_CORE_DURABILITY_FULL,
                           [marks_lines](Writer& writer) { return marks_lines ? writer.checkpoint() : writer.flush(); });
-    applied.error = applied.error.of(path_);
+    applied.error = applied.error.of(Subject::store_file);
     return applied;
 }
 
@@ -409,14 +392,14 @@ Error StoreFile::write(const Descriptor& file, zelva_core_durability durability,
 Applied StoreFile::finished(Applied&& applied) {
     // A new file has found one in its place.
     is_stale_ = applied.error.number == ESTALE || applied.error.number == EEXIST;
-    applied.error = applied.error.of(path_);
+    applied.error = applied.error.of(Subject::store_file);
     return std::move(applied);
 }
 
 Error StoreFile::open() {
     const Stamp& stamp = next_.stamp;
     if (file_.is_open() && is_same_file(opened_, stamp) && !is_mounted_) {
-        return has_other_names(stamp) ? Error{EMLINK, "fstat", &path_} : Error();
+        return has_other_names(stamp) ? error_of("fstat", EMLINK) : Error();
     }
     Descriptor file;
     if (const Error error = open(O_RDWR, file)) {
@@ -424,7 +407,7 @@ Error StoreFile::open() {
     }
     // Not before it is open: an overlay breaks its links then.
     if (has_other_names(stamp)) {
-        return {EMLINK, "fstat", &path_};
+        return error_of("fstat", EMLINK);
     }
     file_ = std::move(file);
     opened_ = stamp;
@@ -444,13 +427,13 @@ Error StoreFile::open(int access, Descriptor& file) {
         return last_error("fstat");
     }
     if (!(next_.stamp == stamp_of(attributes))) {
-        return {ESTALE, "fstat", &path_};
+        return error_of("fstat", ESTALE);
     }
     // Who has put the file in its place may have died before that reached the disk. A folder that cannot be read cannot
     // be flushed.
     if (const Error error = sync_folder(folder_); error && error.number != EACCES) {
         needs_rebuild_ = true;
-        return error.of(folder_);
+        return error.of(Subject::folder);
     }
     return {};
 }
@@ -465,10 +448,10 @@ Error StoreFile::rebuild(const format::Batch& batch, Purpose purpose, Applied& a
         return error;
     }
     if (!(next_.stamp == old.stamp())) {
-        return {ESTALE, "fstat", &path_};
+        return error_of("fstat", ESTALE);
     }
     if (has_other_names(next_.stamp)) {
-        return {EMLINK, "fstat", &path_};
+        return error_of("fstat", EMLINK);
     }
     std::vector<Attribute> attributes;
     if (const Error error = old.exists ? read_attributes(old.file, attributes) : Error()) {
@@ -480,15 +463,14 @@ Error StoreFile::rebuild(const format::Batch& batch, Purpose purpose, Applied& a
     }
     auto old_text = std::make_unique<const std::string>(std::move(old.text));
     format::Compacted compacted = format::compacted(*old_text, layout_.arranged_end, batch);
-    std::vector<format::Place> places = places_of(batch, compacted);
     if (purpose == Purpose::close && (!old.exists || is_all_but_padding(*old_text, compacted.text))) {
-        return {EALREADY, "", nullptr};
+        return error_of("", EALREADY);
     }
     Replacement replacement(path_, std::move(attributes));
     if (const Error error = replace(replacement, old.exists ? &old.attributes : nullptr, purpose, compacted)) {
         return error;
     }
-    applied.places = std::move(places);
+    applied.places = std::move(compacted.batch_places);
     applied.moved = std::move(compacted.places);
     applied.old_text = std::move(old_text);
     return {};
@@ -503,7 +485,7 @@ Error StoreFile::replace(Replacement& replacement, const struct stat* old, Purpo
         compacted.layout.size = compacted.text.size();
     }
     if (compacted.text.size() > INT_MAX) {
-        return {EFBIG, "pwrite", nullptr};
+        return error_of("pwrite", EFBIG);
     }
     const Error error = replacement.replace(old, compacted.text, is_to_be_written, next_.stamp);
     if (replacement.has_failed_to_flush()) {
@@ -525,6 +507,19 @@ Error StoreFile::replace(Replacement& replacement, const struct stat* old, Purpo
     layout_.is_truncation_durable = true;
     layout_.checkpoint_end = layout_.text_end;
     return {};
+}
+
+std::string StoreFile::path_of(Subject subject) const {
+    switch (subject) {
+        case Subject::folder:
+            return folder_;
+        case Subject::shared_state:
+            return shared_->path();
+        case Subject::settings_folder:
+            return settings_directory();
+        default:
+            return path_;
+    }
 }
 
 void StoreFile::forget_lock() {

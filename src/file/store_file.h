@@ -175,6 +175,9 @@ class StoreFile {
     /// Whether nobody else has the store open to write it.
     bool is_alone() const { return shared_->is_alone(); }
 
+    /// The path of what an error of this object is about.
+    std::string path_of(Subject subject) const;
+
     /// In the child after fork().
     void forget_lock();
 

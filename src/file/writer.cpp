@@ -80,7 +80,7 @@ Error Writer::apply(const format::Batch& batch, std::vector<Place>& places) {
         size += place.size;
     }
     if (size > INT_MAX) {
-        return {EFBIG, "pwrite", nullptr};
+        return error_of("pwrite", EFBIG);
     }
     make_room(layout_.superseded, batch.size());
     const Error error = begin != values ? remove(begin, values, values != end) : Error();
@@ -317,7 +317,7 @@ Error Writer::write_into_dead_space(std::string_view text, const Insertion& inse
     }
     const auto patch = format::find_dead_space(std::string_view(file).substr(0, layout_.text_end), text);
     if (!patch) {
-        return {ENOSPC, "pwrite", nullptr};
+        return error_of("pwrite", ENOSPC);
     }
     // Old lines that stand behind the new one would count. What means nothing is marked dead first; the old value when
     // the new line is on the disk.
@@ -444,7 +444,7 @@ Error Writer::truncate_dead() {
         return error;
     }
     const std::size_t end = format::live_end(file);
-    return end < layout_.text_end ? truncate(end) : Error{ENOSPC, "pwrite", nullptr};
+    return end < layout_.text_end ? truncate(end) : error_of("pwrite", ENOSPC);
 }
 
 Error Writer::extend(std::size_t size) {
@@ -530,7 +530,7 @@ Error Writer::check_line(const Superseded& line) {
 
 Error Writer::stale() {
     must_be_read_ = true;
-    return {ESTALE, "pread", nullptr};
+    return error_of("pread", ESTALE);
 }
 
 Error Writer::read(std::size_t offset, char* bytes, std::size_t size) {

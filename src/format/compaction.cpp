@@ -2,9 +2,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <map>
 #include <set>
-#include <unordered_map>
-#include <unordered_set>
 
 #include "format/reader.h"
 #include "value/text.h"
@@ -22,6 +21,8 @@ struct Kept {
     std::size_t offset = 0;
     std::size_t shown = nothing;  // which line is to stand in its place
 };
+
+using Indexes = std::map<std::string_view, std::size_t>;
 
 /// Dead lines by what is left of their names, and by their order.
 using Homes = std::set<std::pair<std::string_view, std::size_t>>;
@@ -65,10 +66,10 @@ std::vector<Kept> lines_to_keep(std::string_view text, std::size_t arranged_end,
 
 /// Leaves only the last line of each name.
 void drop_superseded(std::vector<Kept>& lines, Homes& homes, std::size_t arranged_end) {
-    std::unordered_set<std::string_view> names;
+    Indexes names;
     for (std::size_t i = lines.size(); i-- > 0;) {
         Kept& line = lines[i];
-        if (!line.name.empty() && !names.insert(line.name).second) {
+        if (!line.name.empty() && !names.emplace(line.name, i).second) {
             if (arranged_end == 0 || line.offset < arranged_end) {
                 homes.emplace(line.name.substr(1), i);
             }
@@ -101,8 +102,9 @@ class Compaction {
   public:
     Compaction(std::size_t size, const Batch& batch) : batch_(batch) {
         result_.text.reserve(size);
-        for (const Change& change : batch) {
-            changes_.emplace(change.name, &change);
+        result_.batch_places.resize(batch.size());
+        for (std::size_t i = 0; i < batch.size(); ++i) {
+            changes_.emplace(batch[i].name, i);
         }
     }
 
@@ -115,7 +117,7 @@ class Compaction {
         }
         const auto change = line.name.empty() ? changes_.end() : changes_.find(line.name);
         if (change != changes_.end()) {
-            write(*change->second);
+            write(change->second);
             changes_.erase(change);
         } else {
             result_.text += line.text;
@@ -133,9 +135,9 @@ class Compaction {
     /// After the last line.
     Compacted finish() {
         result_.text.resize(end_);
-        for (const Change& change : batch_) {
-            if (changes_.count(change.name) != 0) {
-                write(change);
+        for (std::size_t i = 0; i < batch_.size(); ++i) {
+            if (changes_.count(batch_[i].name) != 0) {
+                write(i);
             }
         }
         Layout& layout = result_.layout;
@@ -145,11 +147,13 @@ class Compaction {
     }
 
   private:
-    void write(const Change& change) {
-        if (change.value) {
+    void write(std::size_t change) {
+        const auto& [name, value, old_place] = batch_[change];
+        if (value) {
             const std::size_t begin = result_.text.size();
-            write_line(change.name, *change.value, result_.text);
-            note(change.name, begin);
+            write_line(name, *value, result_.text);
+            note(name, begin);
+            result_.batch_places[change] = result_.places.back().second;
         }
     }
 
@@ -159,7 +163,7 @@ class Compaction {
     }
 
     const Batch& batch_;
-    std::unordered_map<std::string_view, const Change*> changes_;  // those that have no place yet
+    Indexes changes_;  // those that have no place yet
     Compacted result_;
     std::size_t end_ = 0;  // of the last line that is not blank
 };

@@ -16,6 +16,7 @@ namespace zelva::format {
 struct Compacted {
     std::string text;  // without padding
     std::vector<std::pair<std::string_view, Place>> places;
+    std::vector<Place> batch_places;  // one for each change; of those that give a value
     Layout layout;
 };
 

@@ -1,6 +1,7 @@
 #include "format/entries.h"
 
 #include <algorithm>
+#include <functional>
 #include <new>
 #include <utility>
 
@@ -166,7 +167,7 @@ std::vector<Entries::Record*>::iterator Entries::place_of(std::string_view key) 
                             [](const Record* record, std::string_view other) { return record->name() < other; });
 }
 
-void Entries::list(std::string_view prefix, const std::function<void(std::string_view)>& use) {
+void Entries::list(std::string_view prefix, value::FunctionRef<void(std::string_view)> visit) {
     if (!is_sorted_) {
         sorted_.reserve(count_);
         for (const Bucket& bucket : buckets_) {
@@ -182,7 +183,7 @@ void Entries::list(std::string_view prefix, const std::function<void(std::string
          ++place) {
         // A default without its key is nothing to a program.
         if ((*place)->at(Slot::value).value.has_value()) {
-            use((*place)->name());
+            visit((*place)->name());
         }
     }
 }

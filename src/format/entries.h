@@ -4,7 +4,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -13,6 +12,7 @@
 #include <vector>
 
 #include "format/line.h"
+#include "value/function_ref.h"
 #include "value/packed.h"
 
 namespace zelva::format {
@@ -50,9 +50,9 @@ class Entries {
 
     bool has_keys() const;
 
-    /// Calls `use` with each key that has a value and begins with `prefix`, in order. The first call sorts all keys,
+    /// Calls `visit` with each key that has a value and begins with `prefix`, in order. The first call sorts all keys,
     /// and later changes keep that order. One thread at a time.
-    void list(std::string_view prefix, const std::function<void(std::string_view)>& use);
+    void list(std::string_view prefix, value::FunctionRef<void(std::string_view)> visit);
 
   private:
     /// Memory for the records of a file: to ask for that of each by itself takes a fifth of the time that opening takes

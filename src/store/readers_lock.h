@@ -19,7 +19,7 @@ namespace zelva::store {
 class ReadersLock {
   public:
     void lock_shared() {
-        std::atomic<std::uint32_t>& readers = slot();
+        std::atomic<std::uint32_t>& readers = counter();
         for (;;) {
             readers.fetch_add(1, std::memory_order_seq_cst);
             if (!is_writing_.load(std::memory_order_seq_cst)) {
@@ -29,15 +29,15 @@ class ReadersLock {
             const std::lock_guard wait(writers_);
         }
     }
-    void unlock_shared() { slot().fetch_sub(1, std::memory_order_release); }
+    void unlock_shared() { counter().fetch_sub(1, std::memory_order_release); }
 
     void lock() {
         writers_.lock();
         is_writing_.store(true, std::memory_order_seq_cst);
-        for (const Slot& slot : slots_) {
+        for (const Counter& counter : counters_) {
             // A reader may be of a lower priority than this thread: it has to get the processor.
             constexpr int most_yields = 100;
-            for (int i = 0; slot.readers.load(std::memory_order_seq_cst) != 0; ++i) {
+            for (int i = 0; counter.readers.load(std::memory_order_seq_cst) != 0; ++i) {
                 if (i < most_yields) {
                     std::this_thread::yield();
                 } else {
@@ -54,24 +54,24 @@ class ReadersLock {
     /// In the child after fork(), which has the thread alone that holds the lock: another one may have been counted
     /// that had come to see the lock was taken.
     void forget_readers() {
-        for (Slot& slot : slots_) {
-            slot.readers.store(0, std::memory_order_relaxed);
+        for (Counter& counter : counters_) {
+            counter.readers.store(0, std::memory_order_relaxed);
         }
     }
 
   private:
-    /// What processors hand to each other is as large as this.
-    struct alignas(64) Slot {
+    /// One cache line, against false sharing.
+    struct alignas(64) Counter {
         std::atomic<std::uint32_t> readers{0};
     };
 
     /// By the address of the thread's descriptor, which no two threads have in common.
-    std::atomic<std::uint32_t>& slot() {
+    std::atomic<std::uint32_t>& counter() {
         const auto thread = static_cast<std::uint64_t>(pthread_self());
-        return slots_[(thread >> 6U) * 0x9E3779B97F4A7C15U >> 60U].readers;
+        return counters_[(thread >> 6U) * 0x9E3779B97F4A7C15U >> 60U].readers;
     }
 
-    std::array<Slot, 16> slots_;
+    std::array<Counter, 16> counters_;
     std::atomic<bool> is_writing_{false};
     std::mutex writers_;
 };

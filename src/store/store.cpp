@@ -145,14 +145,27 @@ bool Store::contains(std::string_view key) {
     return refresh() == ZELVA_CORE_STATUS_NO_ERROR && snapshot_ && snapshot_->entries.find(key, Slot::value) != nullptr;
 }
 
-zelva_core_status Store::find(std::string_view key, Slot slot, Type type, const value::Packed*& found) {
+zelva_core_status Store::read(std::string_view key, Slot slot, Type type,
+                              FunctionRef<void(const value::Packed&)> visit) {
+    if (format::is_default_name(key)) {
+        return ZELVA_CORE_STATUS_INVALID_PARAMS;  // whatever has become of the file
+    }
+    const HoldShared lock(memory_);
     if (const zelva_core_status status = refresh()) {
         return status;
     }
-    return snapshot_ ? find_value(snapshot_->entries, key, slot, type, found) : ZELVA_CORE_STATUS_NOT_INITIALIZED;
+    if (!snapshot_) {
+        return ZELVA_CORE_STATUS_NOT_INITIALIZED;
+    }
+    const value::Packed* found = nullptr;
+    const zelva_core_status status = find_value(snapshot_->entries, key, slot, type, found);
+    if (status == ZELVA_CORE_STATUS_NO_ERROR) {
+        visit(*found);
+    }
+    return status;
 }
 
-zelva_core_status SettingsStore::write(std::string_view key, Slot slot, Value value) {
+zelva_core_status SettingsStore::write(std::string_view key, Slot slot, const Value& value) {
     // The value is judged before the key is looked up: a refusal does not depend on what the store holds.
     if (!is_writable_key(key) || !value::is_storable(value)) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
@@ -198,15 +211,14 @@ zelva_core_status SettingsStore::announce_version(unsigned announced, unsigned& 
     return status;
 }
 
-template <class Decide>
-zelva_core_status SettingsStore::commit(const Decide& decide) {
+zelva_core_status SettingsStore::commit(FunctionRef<Decision(const Entries&)> decide) {
     constexpr int most_attempts = 2;
     for (int attempt = 1;; ++attempt) {
         Writing writing;
         if (const zelva_core_status status = begin(writing)) {
             return status;
         }
-        const zelva_core_status status = carry_out(writing, decide(std::as_const(writing.snapshot->entries)));
+        const zelva_core_status status = carry_out(writing, decide(writing.snapshot->entries));
         if (attempt == most_attempts || !writing.file->is_stale()) {
             return status;
         }
@@ -342,8 +354,7 @@ Error SettingsStore::flush(Writing& writing, bool is_checkpoint) {
     });
 }
 
-template <class Work>
-Error SettingsStore::change(Writing& writing, Delta& delta, const Work& work) {
+Error SettingsStore::change(Writing& writing, Delta& delta, FunctionRef<Error()> work) {
     if (const Error error = writing.file->begin_change()) {
         return error;
     }
@@ -352,7 +363,7 @@ Error SettingsStore::change(Writing& writing, Delta& delta, const Work& work) {
         publish(writing, delta, error);
         return error;
     } catch (...) {
-        Error error{ENOMEM, "malloc", nullptr};
+        Error error = file::error_of("malloc", ENOMEM);
         publish(writing, delta, error);
         throw;
     }
@@ -506,7 +517,7 @@ zelva_core_status SettingsStore::type(std::string_view key, Type& type) {
     return ZELVA_CORE_STATUS_NO_ERROR;
 }
 
-zelva_core_status SettingsStore::list(std::string_view prefix, const std::function<void(std::string_view)>& visit) {
+zelva_core_status SettingsStore::list(std::string_view prefix, FunctionRef<void(std::string_view)> visit) {
     const Hold listing(listing_);
     const HoldShared lock(memory_);
     if (const zelva_core_status status = refresh()) {

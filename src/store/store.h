@@ -7,7 +7,6 @@
 #include <zelva/core.h>
 #include <zelva/settings.h>
 
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -18,11 +17,13 @@
 #include "file/store_file.h"
 #include "store/mutex.h"
 #include "store/rules.h"
+#include "value/function_ref.h"
 #include "value/value.h"
 
 namespace zelva::store {
 
 using format::Slot;
+using value::FunctionRef;
 using value::Type;
 using value::Value;
 
@@ -48,29 +49,17 @@ class Store {
 
     zelva_core_status close();
 
-    /// Calls `visit` with a View<T> of the value in one slot of a key, of type T. `visit` may throw; it runs under the
-    /// store's lock and must not call the store.
-    template <class T, class Visit>
-    zelva_core_status read(std::string_view key, Slot slot, Visit&& visit) {
-        if (format::is_default_name(key)) {
-            return ZELVA_CORE_STATUS_INVALID_PARAMS;  // whatever has become of the file
-        }
-        const HoldShared lock(memory_);
-        const value::Packed* found = nullptr;
-        const zelva_core_status status = find(key, slot, value::type_for<T>, found);
-        if (status == ZELVA_CORE_STATUS_NO_ERROR) {
-            std::forward<Visit>(visit)(found->get<T>());
-        }
-        return status;
-    }
+    /// Calls `visit` with the value in one slot of a key of this type. `visit` may throw; it runs under the store's
+    /// lock and must not call the store.
+    zelva_core_status read(std::string_view key, Slot slot, Type type, FunctionRef<void(const value::Packed&)> visit);
 
     bool contains(std::string_view key);
 
     /// Around fork(), so that the child does not find the store in the middle of another thread's change, nor its locks
     /// held by a thread that the child does not have.
-    void before_fork() ACQUIRE(writing_, listing_, refreshing_, memory_);
-    void after_fork_in_parent() RELEASE(writing_, listing_, refreshing_, memory_);
-    void after_fork_in_child() RELEASE(writing_, listing_, refreshing_, memory_);
+    void before_fork() NO_ANALYSIS;
+    void after_fork_in_parent() NO_ANALYSIS;
+    void after_fork_in_child() NO_ANALYSIS;
 
   protected:
     explicit Store(file::Kind kind) : kind_(kind) {}
@@ -96,10 +85,6 @@ class Store {
 
     void adopt_for_readers(const std::shared_ptr<file::StoreFile>& file, file::Loaded& loaded)
         EXCLUDES(memory_) NO_ANALYSIS;
-
-    /// As find_value, of what the file now holds.
-    zelva_core_status find(std::string_view key, Slot slot, Type type, const value::Packed*& found)
-        REQUIRES_SHARED(memory_);
 
     // The locks, in the order in which they are taken.
 
@@ -146,7 +131,7 @@ class SettingsStore : public Store {
     zelva_core_status sync();
 
     /// Gives a key a value, or a default. A key that is absent gets both.
-    zelva_core_status write(std::string_view key, Slot slot, Value value);
+    zelva_core_status write(std::string_view key, Slot slot, const Value& value);
 
     /// Gives `new_key` the value of `old_key`, which is of the given type, as write does.
     zelva_core_status copy(Type type, std::string_view old_key, std::string_view new_key);
@@ -157,7 +142,7 @@ class SettingsStore : public Store {
     zelva_core_status type(std::string_view key, Type& type);
 
     /// Calls `visit` with each key that begins with `prefix`, under the store's lock.
-    zelva_core_status list(std::string_view prefix, const std::function<void(std::string_view)>& visit);
+    zelva_core_status list(std::string_view prefix, FunctionRef<void(std::string_view)> visit);
 
     /// Reads the file again.
     zelva_core_status reload();
@@ -186,10 +171,9 @@ class SettingsStore : public Store {
         }
     };
 
-    /// Has `decide(const format::Entries&)` decide, and does what it has decided: in the file and then in memory, or
+    /// Has `decide` decide, and does what it has decided: in the file and then in memory, or
     /// not at all. Where the file turns out to be another one than the rule has judged, once more.
-    template <class Decide>
-    zelva_core_status commit(const Decide& decide) REQUIRES(writing_) EXCLUDES(memory_);
+    zelva_core_status commit(FunctionRef<Decision(const format::Entries&)> decide) REQUIRES(writing_) EXCLUDES(memory_);
 
     /// Locks the file, and reads it again if it has changed. Where it cannot be locked, no error: the same decision is
     /// made of what is known of it.
@@ -199,8 +183,8 @@ class SettingsStore : public Store {
     file::Error flush(Writing& writing, bool is_checkpoint) REQUIRES(writing_) EXCLUDES(memory_);
 
     /// A change of the file: `work()` makes it, and then it is published.
-    template <class Work>
-    file::Error change(Writing& writing, Delta& delta, const Work& work) REQUIRES(writing_) EXCLUDES(memory_);
+    file::Error change(Writing& writing, Delta& delta, FunctionRef<file::Error()> work) REQUIRES(writing_)
+        EXCLUDES(memory_);
 
     /// Ends a change of the file for other programs and for readers of this one, who see nothing between the two. The
     /// one function that changes what readers see, but for adopt(). `error` is that of the change, before and after.

@@ -19,32 +19,32 @@ namespace zelva::api {
 
 /// The C type of an element, and how it is passed in and handed out.
 template <class T>
-struct Crossing {
+struct CType {
     using In = T;
     using Out = T;
 };
 template <>
-struct Crossing<std::string> {
+struct CType<std::string> {
     using In = const char*;
     using Out = char*;
 };
 template <>
-struct Crossing<value::Json> : Crossing<std::string> {};
+struct CType<value::Json> : CType<std::string> {};
 
 /// What the slots of a value array of these elements point to.
 template <class Element>
 using Pointee = std::conditional_t<std::is_same_v<Element, std::string>, char, Element>;
 
 template <class Element>
-struct Crossing<std::vector<Element>> {
+struct CType<std::vector<Element>> {
     using In = Pointee<Element>**;
     using Out = Pointee<Element>**;
 };
 
 template <class T>
-using In = typename Crossing<T>::In;
+using In = typename CType<T>::In;
 template <class T>
-using Out = typename Crossing<T>::Out;
+using Out = typename CType<T>::Out;
 
 /// An array of n empty slots and the NULL after them. Throws std::bad_alloc.
 template <class P>
@@ -95,15 +95,15 @@ inline char* new_element(const std::string& text) {
 
 /// Gives a value to the caller's variable. Throws std::bad_alloc, and then leaves the variable alone.
 template <class T>
-void hand_out(const T& value, T* out) {
+void to_c(const T& value, T* out) {
     *out = value;
 }
-inline void hand_out(std::string_view text, char** out) {
+inline void to_c(std::string_view text, char** out) {
     *out = new_element(text);
 }
 
 template <class Element>
-void hand_out(const std::vector<Element>& elements, Pointee<Element>*** out, int* length) {
+void to_c(const std::vector<Element>& elements, Pointee<Element>*** out, int* length) {
     ArrayOwner<Pointee<Element>> array(allocate_slots<Pointee<Element>>(elements.size()));
     std::size_t i = 0;
     for (const Element& element : elements) {
@@ -117,7 +117,7 @@ void hand_out(const std::vector<Element>& elements, Pointee<Element>*** out, int
 
 /// Takes a value from the caller. Nothing for a text that is not JSON. REQUIRES: no pointer is NULL.
 template <class T>
-std::optional<T> take_in(In<T> in) {
+std::optional<T> from_c(In<T> in) {
     if constexpr (std::is_same_v<T, value::Json>) {
         return value::canonical_json(in);
     } else if constexpr (value::is_array<T>) {
