@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "../tests/store/support.h"
-#include "api/crossing.h"
+#include "api/c_types.h"
 #include "check.h"
 
 // The disk in memory keeps what is below this folder.
@@ -44,7 +44,7 @@ Got get_typed(Slot slot, const char* key) {
         int length = -1;
         got.status = function(key, &out, &length);
         if (got.status == ZELVA_CORE_STATUS_NO_ERROR) {
-            got.value = *api::take_in<T>(out);
+            got.value = *api::from_c<T>(out);
             CHECK(static_cast<std::size_t>(length) == std::get<T>(got.value).size());
         } else {
             CHECK(length == -1);
@@ -65,11 +65,11 @@ zelva_core_status set_typed(Slot slot, const char* key, const Value& value) {
     const auto function = slot == Slot::value ? set_value : set_default;
     api::Out<T> in{};
     if constexpr (std::is_same_v<T, Json>) {
-        api::hand_out(std::string_view(std::get<Json>(value).text), &in);
+        api::to_c(std::string_view(std::get<Json>(value).text), &in);
     } else if constexpr (zelva::value::is_array<T>) {
-        api::hand_out(std::get<T>(value), &in, nullptr);
+        api::to_c(std::get<T>(value), &in, nullptr);
     } else {
-        api::hand_out(std::get<T>(value), &in);
+        api::to_c(std::get<T>(value), &in);
     }
     const zelva_core_status status = function(key, in);
     release(in);
@@ -113,7 +113,7 @@ zelva_core_status copy(Type type, const std::string& old_key, const std::string&
 std::vector<std::string> keys(const std::string& prefix) {
     char** const list = zelva_core_settings_get_keys_starting_with(prefix.c_str());
     CHECK(list != nullptr);
-    std::vector<std::string> names = *api::take_in<Strings>(list);
+    std::vector<std::string> names = *api::from_c<Strings>(list);
     release(list);
     std::sort(names.begin(), names.end());
     return names;

@@ -36,14 +36,14 @@ class Replacement {
     ~Replacement();
 
     /// Gives the file its content, the mode and owner of the one that it replaces (nullptr: there is none) and its
-    /// attributes, brings it to the disk, puts it in place, and tells its stamp. If `is_to_be_written`, its place is on
+    /// attributes, flushes it, puts it in place, and tells its stamp. If `is_to_be_written`, its place is on
     /// the disk then, too; otherwise a power loss leaves either file.
     ///
     /// On an error the old file is in place or, where not even that could be made so, the new
     /// one, and `stamp` is that of the old one. Takes no memory.
     Error replace(const struct stat* old, std::string_view text, bool is_to_be_written, Stamp& stamp);
 
-    /// Whether the folder could not be brought to the disk: then nobody knows which file a power loss would leave.
+    /// Whether the folder could not be flushed: then nobody knows which file a power loss would leave.
     bool has_failed_to_flush() const { return has_failed_to_flush_; }
 
     /// The open new file.
