@@ -1,7 +1,7 @@
 // Any bytes as a store's file: it is read as the format says, changes are made to it, and what they do not concern
 // stays, through closing and opening too.
-#include "../tests/store/simulated_disk.h"
 #include "check.h"
+#include "simulated_disk.h"
 #include "store.h"
 
 namespace {

@@ -10,10 +10,10 @@
 #include <random>
 #include <utility>
 
-#include "../tests/store/simulated_disk.h"
-#include "../tests/store/support.h"
 #include "check.h"
+#include "simulated_disk.h"
 #include "store.h"
+#include "support.h"
 #include "value/json.h"
 
 namespace {

@@ -4,9 +4,9 @@
 
 #include <algorithm>
 
-#include "../tests/store/support.h"
 #include "api/crossing.h"
 #include "check.h"
+#include "support.h"
 
 // The disk in memory keeps what is below this folder.
 const std::string& Folder::path() {

@@ -8,9 +8,9 @@
 #include <optional>
 #include <string>
 
-#include "power/volume.h"
-#include "store/programs.h"
-#include "store/support.h"
+#include "programs.h"
+#include "support.h"
+#include "volume.h"
 
 extern const power::FileSystem ext4;
 extern const power::FileSystem ext4_of_whole_seconds;  // as time stamps

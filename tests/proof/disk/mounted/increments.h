@@ -4,7 +4,7 @@
 
 #include <array>
 
-#include "store/programs.h"
+#include "programs.h"
 
 class Increments {
   public:

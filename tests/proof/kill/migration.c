@@ -1,7 +1,7 @@
 #include "migration.h"
 
 #define main run_example
-#include "../../examples/migrate.c"  // NOLINT(bugprone-suspicious-include): its steps are to be called by themselves
+#include "../../../examples/migrate.c"  // NOLINT(bugprone-suspicious-include): its steps are to be called by themselves
 
 int run_announcing_first(void) {
     unsigned version = 0;

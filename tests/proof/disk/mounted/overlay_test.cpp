@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-#include "mounted/mounted_folder.h"
+#include "mounted_folder.h"
 
 namespace {
 

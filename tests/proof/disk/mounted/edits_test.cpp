@@ -8,7 +8,7 @@
 #include <random>
 #include <set>
 
-#include "mounted/mounted_folder.h"
+#include "mounted_folder.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "mounted/mounted_folder.h"
+#include "mounted_folder.h"
 
 #include <fcntl.h>
 #include <stdlib.h>

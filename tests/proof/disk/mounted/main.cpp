@@ -11,7 +11,7 @@
 #include <boost/test/unit_test.hpp>
 #include <iostream>
 
-#include "mounted/mounted_folder.h"
+#include "mounted_folder.h"
 
 int main(int count, char** arguments) {
     constexpr int skipped = 77;

@@ -4,8 +4,8 @@
 
 #include <filesystem>
 
-#include "mounted/increments.h"
-#include "mounted/mounted_folder.h"
+#include "increments.h"
+#include "mounted_folder.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "mounted/increments.h"
+#include "increments.h"
 
 #include <semaphore.h>
 #include <sys/mman.h>
@@ -6,7 +6,7 @@
 #include <array>
 #include <new>
 
-#include "mounted/mounted_folder.h"
+#include "mounted_folder.h"
 
 namespace {
 

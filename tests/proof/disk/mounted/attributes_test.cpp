@@ -2,7 +2,7 @@
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
-#include "mounted/mounted_folder.h"
+#include "mounted_folder.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // File systems that write a page elsewhere than it was: on a full one not even a byte can be overwritten.
-#include "mounted/mounted_folder.h"
+#include "mounted_folder.h"
 
 namespace {
 

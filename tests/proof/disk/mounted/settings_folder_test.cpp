@@ -1,8 +1,8 @@
 // The settings folder while a store is open: moved away, replaced, and copied over.
 #include <filesystem>
 
-#include "mounted/increments.h"
-#include "mounted/mounted_folder.h"
+#include "increments.h"
+#include "mounted_folder.h"
 
 namespace {
 

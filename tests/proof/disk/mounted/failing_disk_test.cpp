@@ -4,7 +4,7 @@
 #include <random>
 #include <thread>
 
-#include "mounted/mounted_folder.h"
+#include "mounted_folder.h"
 
 namespace {
 
