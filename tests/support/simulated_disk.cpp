@@ -11,7 +11,7 @@
 #include <string_view>
 
 #include "file/system.h"
-#include "support.h"
+#include "folder.h"
 
 namespace simulated {
 

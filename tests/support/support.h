@@ -1,5 +1,4 @@
-// What the store's own tests share: a settings folder of their own, files written by hand, and the functions of the
-// interface by type, so that a rule that holds for all nine types is tested in one loop.
+// What the store's own tests share: a settings folder of their own, files written by hand, an open store, and reports.
 #pragma once
 
 #define BOOST_TEST_DYN_LINK
@@ -16,23 +15,8 @@
 #include <utility>
 #include <vector>
 
-#include "value/value.h"
-
-using zelva::value::Json;
-using zelva::value::Value;
-using Strings = std::vector<std::string>;
-using Ints = std::vector<int>;
-using Bools = std::vector<bool>;
-using Doubles = std::vector<double>;
-
-/// The settings folder of the running test program: new, empty, and removed at its end. Made before the library is
-/// first called.
-class Folder {
-  public:
-    Folder();
-    ~Folder();
-    static const std::string& path();
-};
+#include "folder.h"
+#include "types.h"
 
 std::string store_path(const std::string& name = "test");
 std::string configuration_path(const std::string& name = "test");
@@ -88,51 +72,8 @@ class OpenStore {
     static std::string file();
 };
 
-/// What a get gives: a status, and the value when it is ZELVA_CORE_STATUS_NO_ERROR.
-struct Got {
-    zelva_core_status status;
-    Value value;
-};
-
-/// The functions of one type. A NULL is passed on where the key is nullptr.
-struct TypeFunctions {
-    std::string name;
-    zelva_core_settings_type type;
-    Value first;  // two values of the type
-    Value second;
-
-    std::function<Got(const char* key)> get;
-    std::function<Got(const char* key)> get_default;
-    std::function<Got(const char* key)> get_configuration;
-    std::function<zelva_core_status(const char* key, const Value&)> set;
-    std::function<zelva_core_status(const char* key, const Value&)> set_default;
-    std::function<zelva_core_status(const char*, const char*)> copy;
-};
-
-/// The nine types, in the order of their numbers.
-const std::vector<TypeFunctions>& types();
-
-/// Reads a key with the get of the type that it has.
-Got get(const std::string& key);
-Got get_default(const std::string& key);
-
-/// Sets a key with the set of the value's type.
-zelva_core_status set(const std::string& key, const Value& value);
-zelva_core_status set_default(const std::string& key, const Value& value);
-
-Strings keys(const std::string& prefix = "");
-
 /// The value that a get hands out; a failed check when it hands out none.
 Value value_of(const std::string& key);
-
-/// What a store holds: the value of each key and its default.
-struct Entry {
-    Value value;
-    std::optional<Value> default_value;
-};
-bool operator==(const Entry& left, const Entry& right);
-using State = std::map<std::string, Entry>;
-State state_of_store();
 
 /// A state with long values shortened, and a text with runs of one byte as their number.
 std::string abridged(const State& state);

@@ -21,6 +21,7 @@
 #include <random>
 #include <string>
 
+#include "operations.h"
 #include "support.h"
 
 namespace {
@@ -217,30 +218,19 @@ class Store {
 
     /// Sets a key, or its default; whether there was room for it.
     bool write(const std::string& key, const Value& value, bool is_default = false) {
-        const auto change_model = [&] {
-            auto& [present, present_default] = model_.try_emplace(key, Entry{value, value}).first->second;
-            if (is_default) {
-                present_default = value;
-            } else {
-                present = value;
-            }
-        };
-        return change([&] { return is_default ? set_default(key, value) : set(key, value); }, change_model);
+        return change(is_default ? set_default_operation(key, value) : set_operation(key, value));
     }
 
-    void remove(const std::string& key) {
-        BOOST_REQUIRE(change([&] { return zelva_core_settings_delete_key(key.c_str()); }, [&] { model_.erase(key); }));
-    }
+    void remove(const std::string& key) { BOOST_REQUIRE(change(delete_operation(key))); }
 
     /// Whether a change was made. One that was not has left everything as it was.
-    template <class Change, class ChangeModel>
-    bool change(const Change& change, const ChangeModel& change_model) {
+    bool change(const Operation& operation) {
         const auto lines = lines_of_file();
         const auto names = names_in_folder();
         ++totals_.changes;
-        const zelva_core_status status = change();
+        const zelva_core_status status = operation.run();
         if (status == ZELVA_CORE_STATUS_NO_ERROR) {
-            change_model();
+            BOOST_REQUIRE_EQUAL(operation.rule(model_), status);
             return true;
         }
         ++totals_.refusals;

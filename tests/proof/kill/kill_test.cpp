@@ -17,6 +17,7 @@
 #include <string>
 
 #include "file/layout.h"
+#include "operations.h"
 #include "support.h"
 #include "watched_system.h"
 
@@ -29,40 +30,23 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// An operation, and what it makes of a store's state.
-struct Step {
-    std::string name;
-    std::function<zelva_core_status()> run;
-    std::function<void(State&)> model = [](State&) {};
-};
-
-std::string text_of(std::size_t size, unsigned number) {
-    std::string text = std::to_string(number) + ":";
-    while (text.size() < size) {
-        text += "k" + std::to_string(number % 8) + "=Sx";
-    }
-    text.resize(size);
-    return text;
+/// A text of so many bytes that tells which step has written it.
+Value text_of(std::size_t size, std::size_t number) {
+    const std::string name = std::to_string(number) + ":";
+    return name + bait(size - std::min(size, name.size()), "k" + std::to_string(number % 8));
 }
 
 /// Sets, mostly; of all sizes that are written in ways of their own.
-std::vector<Step> script(unsigned seed, State state) {
+std::vector<Operation> script(unsigned seed, State state) {
     std::mt19937 random(seed);
     const auto below = [&random](unsigned most) { return static_cast<unsigned>(random()) % most; };
-    const auto set_step = [](const std::string& key, const Value& value) {
-        return Step{"set " + key, [=] { return set(key, value); },
-                    [=](State& changed) {
-                        changed.try_emplace(key, Entry{value, value}).first->second.value = value;
-                    }};
-    };
-    std::vector<Step> steps{set_step("long", text_of(9000, 0))};
-    steps[0].model(state);
+    std::vector<Operation> steps{set_operation("long", text_of(9000, 0))};
+    steps[0].rule(state);
     constexpr unsigned length = 80;
     while (steps.size() < length) {
         const std::string key = "k" + std::to_string(below(6));
-        const unsigned number = static_cast<unsigned>(steps.size());
         const unsigned sizes[] = {5, 20, 40, 250, 300, 480, 700, 5000};
-        const Value value = text_of(sizes[below(std::size(sizes))], number);
+        const Value value = text_of(sizes[below(std::size(sizes))], steps.size());
         const bool is_present = state.count(key) > 0;
         switch (below(12)) {
             case 0:
@@ -70,42 +54,31 @@ std::vector<Step> script(unsigned seed, State state) {
                 if (!is_present) {
                     continue;
                 }
-                steps.push_back({"delete " + key, [=] { return zelva_core_settings_delete_key(key.c_str()); },
-                                 [=](State& changed) { changed.erase(key); }});
+                steps.push_back(delete_operation(key));
                 break;
             case 2:
-                steps.push_back({"set the default of " + key, [=] { return set_default(key, value); },
-                                 [=](State& changed) {
-                                     changed.try_emplace(key, Entry{value, value}).first->second.default_value = value;
-                                 }});
+                steps.push_back(set_default_operation(key, value));
                 break;
             case 3:
-                steps.push_back({"close and open", [] {
-                                     zelva_core_settings_deinit();
-                                     return zelva_core_settings_init("test");
-                                 }});
+                steps.push_back(reopen_operation("test"));
                 break;
             case 4: {
                 const auto durability = below(2) == 0 ? ZELVA_CORE_DURABILITY_FULL : ZELVA_CORE_DURABILITY_RELAXED;
-                steps.push_back({"change durability", [=] { return zelva_core_settings_set_durability(durability); }});
-                steps.push_back({"sync", [] { return zelva_core_settings_sync(); }});
+                steps.push_back({"change durability", [=] { return zelva_core_settings_set_durability(durability); },
+                                 [](State&) { return ZELVA_CORE_STATUS_NO_ERROR; }});
+                steps.push_back(sync_operation());
                 break;
             }
             case 5:
                 if (!is_present) {
                     continue;
                 }
-                steps.push_back({"copy " + key,
-                                 [=] { return zelva_core_settings_copy_string_key(key.c_str(), "copy"); },
-                                 [=](State& changed) {
-                                     const Value copied = changed[key].value;
-                                     changed.try_emplace("copy", Entry{copied, copied}).first->second.value = copied;
-                                 }});
+                steps.push_back(copy_operation(ZELVA_CORE_SETTING_TYPE_STRING, key, "copy"));
                 break;
             default:
-                steps.push_back(set_step(key, value));
+                steps.push_back(set_operation(key, value));
         }
-        steps.back().model(state);
+        steps.back().rule(state);
     }
     return steps;
 }
@@ -169,11 +142,11 @@ void write_start(const std::optional<std::string>& file) {
     acknowledged() = 0;
 }
 
-bool run(const std::vector<Step>& steps) {
+bool run(const std::vector<Operation>& steps) {
     if (zelva_core_settings_init("test") != ZELVA_CORE_STATUS_NO_ERROR) {
         return false;
     }
-    for (const Step& step : steps) {
+    for (const Operation& step : steps) {
         if (step.run() != ZELVA_CORE_STATUS_NO_ERROR) {
             return false;
         }
@@ -199,7 +172,7 @@ State check_store(const std::string& what, const std::vector<State>& allowed) {
     BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("after", 1));
     OpenStore::restart();
     State expected = found;
-    expected.try_emplace("after", Entry{1, 1});
+    model::set(expected, "after", 1);
     BOOST_CHECK_MESSAGE(state_of_store() == expected, what << ", a set after it is lost");
     BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_deinit());
     BOOST_CHECK_MESSAGE(names_in_folder() == Strings{"test"}, what << ", a file is left over");
@@ -237,7 +210,7 @@ bool open_and_set() {
 void check_recovery(const std::string& what, const Copy& left, std::vector<State> allowed, std::mt19937& random) {
     const std::vector<State> without = allowed;
     for (State state : without) {
-        state["after"] = {1, 1};
+        model::set(state, "after", 1);
         allowed.push_back(state);
     }
     constexpr unsigned most_calls = 40;  // of the recovery
@@ -273,8 +246,8 @@ void check_recovery(const std::string& what, const Copy& left, std::vector<State
 }
 
 /// Kills a program that runs the steps before its n-th call, or in it.
-void check_kill(const std::optional<std::string>& start, const std::vector<Step>& steps,
-                const std::vector<State>& states, std::size_t n, bool is_in_the_middle, std::mt19937& random) {
+void check_kill(const std::optional<std::string>& start, const std::vector<Operation>& steps,
+                const model::Timeline& timeline, std::size_t n, bool is_in_the_middle, std::mt19937& random) {
     write_start(start);
     BOOST_REQUIRE(!lives([&] {
         kill_before_call(n, is_in_the_middle);
@@ -286,7 +259,7 @@ void check_kill(const std::optional<std::string>& start, const std::vector<Step>
                              ", in step " + std::to_string(done) + " (" +
                              (done < steps.size() ? steps[done].name : "close") + ")";
     const Copy left;
-    const std::vector<State> allowed{states[done], states[std::min<std::size_t>(done + 1, steps.size())]};
+    const std::vector<State> allowed = timeline.after_kill(done);
     check_store(what, allowed);
     check_recovery(what, left, allowed, random);
 }
@@ -296,7 +269,7 @@ bool is_long_write(const Call& call) {
 }
 
 /// The calls of a script, and whether it does all that is to be interrupted.
-std::vector<Call> calls_of(const std::optional<std::string>& start, const std::vector<Step>& steps) {
+std::vector<Call> calls_of(const std::optional<std::string>& start, const std::vector<Operation>& steps) {
     write_start(start);
     std::vector<Call> calls;
     before_call = [&calls](const Call& call) {
@@ -319,18 +292,19 @@ void check_script(unsigned seed) {
     for (const auto& start : starts()) {
         write_start(start);
         BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
-        std::vector<State> states{state_of_store()};
+        model::Timeline timeline(state_of_store());
         zelva_core_settings_deinit();
-        const std::vector<Step> steps = script(seed, states[0]);
-        for (const Step& step : steps) {
-            states.push_back(states.back());
-            step.model(states.back());
+        const std::vector<Operation> steps = script(seed, timeline.last());
+        for (const Operation& step : steps) {
+            State state = timeline.last();
+            BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, step.rule(state));
+            timeline.add(std::move(state), step.is_durable);
         }
         const std::vector<Call> calls = calls_of(start, steps);
         for (std::size_t n = 1; n <= calls.size(); ++n) {
-            check_kill(start, steps, states, n, false, random);
+            check_kill(start, steps, timeline, n, false, random);
             if (is_long_write(calls[n - 1])) {
-                check_kill(start, steps, states, n, true, random);
+                check_kill(start, steps, timeline, n, true, random);
             }
         }
     }

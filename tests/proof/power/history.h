@@ -1,33 +1,14 @@
 // A store's history: operations at random, and what they make of it.
 #pragma once
 
-#include <zelva/core.h>
-
 #include <cstddef>
 #include <functional>
-#include <map>
-#include <optional>
 #include <string>
 #include <vector>
 
+#include "operations.h"
+
 namespace power {
-
-/// A key's value and its default.
-struct Entry {
-    std::string value;
-    std::optional<std::string> default_value;
-};
-inline bool operator==(const Entry& left, const Entry& right) {
-    return left.value == right.value && left.default_value == right.default_value;
-}
-using State = std::map<std::string, Entry>;
-
-struct Operation {
-    std::string name;
-    std::function<zelva_core_status()> run;
-    std::function<void(State&)> model;
-    bool is_durable;  // with its acknowledgement it survives the loss of power, and all operations before it
-};
 
 class History {
   public:
@@ -50,8 +31,7 @@ class History {
 
   private:
     std::vector<Operation> operations_;
-    std::vector<State> states_;         // before the first operation, and after each
-    std::vector<std::size_t> durable_;  // of so many acknowledged operations: so many have to survive
+    model::Timeline timeline_{State()};
 };
 
 /// The file of the store.

@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "file/line.h"
+#include "operations.h"
 #include "simulated_disk.h"
 #include "support.h"
 
@@ -22,59 +23,6 @@ using simulated::disk;
 
 namespace {
 
-/// An operation on the store, and what it does to the state of one.
-struct Operation {
-    std::string name;
-    std::function<zelva_core_status()> run;
-    std::function<void(State&)> model;
-    /// It counts only from the next operation on that is durable.
-    bool is_relaxed = false;
-    bool makes_durable = true;
-};
-
-Operation set_operation(const std::string& key, const Value& value) {
-    return {"set " + key, [=] { return set(key, value); },
-            [=](State& state) {
-                const auto [entry, is_new] = state.try_emplace(key, Entry{value, value});
-                entry->second.value = value;
-            }};
-}
-
-Operation set_default_operation(const std::string& key, const Value& value) {
-    return {"set the default of " + key, [=] { return set_default(key, value); },
-            [=](State& state) {
-                const auto [entry, is_new] = state.try_emplace(key, Entry{value, value});
-                entry->second.default_value = value;
-            }};
-}
-
-Operation delete_operation(const std::string& key) {
-    return {"delete " + key, [=] { return zelva_core_settings_delete_key(key.c_str()); },
-            [=](State& state) { state.erase(key); }};
-}
-
-Operation relaxed(Operation operation) {
-    operation.name = "relaxed: " + operation.name;
-    operation.is_relaxed = true;
-    operation.run = [run = operation.run] {
-        zelva_core_settings_set_durability(ZELVA_CORE_DURABILITY_RELAXED);
-        const zelva_core_status status = run();
-        zelva_core_settings_set_durability(ZELVA_CORE_DURABILITY_FULL);
-        return status;
-    };
-    return operation;
-}
-
-/// A text any part of which, if it came to stand at the beginning of a line, would be an entry.
-std::string bait(std::size_t size, char salt) {
-    std::string text;
-    while (text.size() < size) {
-        text += "b"s + salt + "=Sx";
-    }
-    text.resize(size);
-    return text;
-}
-
 const std::vector<Operation>& operations() {
     static const std::vector<Operation> all{
         set_operation("k", 1234),
@@ -84,25 +32,20 @@ const std::vector<Operation>& operations() {
         delete_operation("k"),
         set_operation("n", 7),
         // Two lines of these do not fit into a sector.
-        set_operation("m", bait(400, 'm')),
+        set_operation("m", bait(400, "bm")),
         // Those of this one fill it.
-        set_operation("p", bait(246, 'p')),
+        set_operation("p", bait(246, "bp")),
         // One line of these is longer than a sector.
-        set_operation("l", bait(1300, 'l')),
-        set_operation("l", bait(700, 'L')),
+        set_operation("l", bait(1300, "bl")),
+        set_operation("l", bait(700, "bL")),
         delete_operation("l"),
         relaxed(set_operation("k", 99)),
         relaxed(set_default_operation("k", 98)),
         relaxed(delete_operation("k")),
         relaxed(set_operation("n", 97)),
-        relaxed(set_operation("l", bait(600, 'r'))),
-        {"sync", [] { return zelva_core_settings_sync(); }, [](State&) {}},
-        {"close and open",
-         [] {
-             zelva_core_settings_deinit();
-             return zelva_core_settings_init("test");
-         },
-         [](State&) {}, false, false},
+        relaxed(set_operation("l", bait(600, "br"))),
+        sync_operation(),
+        reopen_operation("test"),
     };
     return all;
 }
@@ -124,20 +67,21 @@ const std::vector<Start>& starts() {
     static const std::vector<Start> all = [] {
         std::string wasteful = "k = I1\n";
         for (int i = 0; i < 100; ++i) {
-            wasteful += "=ld = S" + bait(40, 'w') + "\n";
+            wasteful += "=ld = S" + bait(40, "bw") + "\n";
         }
         const std::string keys = "k = I1\nDEFAULT_k = I2\n";
-        const std::string withdrawn = "=ld = S" + bait(230, 'w') + "\n";
-        const std::string long_withdrawn = "=ld = S" + bait(1200, 'w') + "\n";
+        const std::string withdrawn = "=ld = S" + bait(230, "bw") + "\n";
+        const std::string long_withdrawn = "=ld = S" + bait(1200, "bw") + "\n";
         return std::vector<Start>{
             {std::nullopt},
             {"k = I7\n# mine\nk = I8\nDEFAULT_k = I3\nrejected\nk = I1\nDEFAULT_k = I2\n"},
             {"k = I8\nk = I1\nDEFAULT_k = I2"},  // no line feed
             {filler(4000) + keys + filler(50)},  // soon a new page
             {filler(450) + keys},                // soon a new sector
-            {"l = S" + bait(900, 'o') + "\nDEFAULT_l = S\nk = I1\n"},
+            {"l = S" + bait(900, "bo") + "\nDEFAULT_l = S\nk = I1\n"},
             {"DEFAULT_k = I2\n" + wasteful},  // to be compacted
-            {"k = I1\n" + bait(600, 'd') + std::string(300, '\0') + bait(900, 'd') + std::string(40, '\0')},  // damaged
+            {"k = I1\n" + bait(600, "bd") + std::string(300, '\0') + bait(900, "bd") +
+             std::string(40, '\0')},  // damaged
             {keys + filler(4096 - 22), SIZE_MAX, std::string(4096, '\n')},
             // Full: room in withdrawn lines before a key, behind it, in the middle of a long one, and at the end.
             {withdrawn + keys + withdrawn + "DEFAULT_n = I55\n" + filler(4096 - 22 - 2 * 238 - 16), 4096},
@@ -166,37 +110,6 @@ void report(const std::string& what, const State& found, const std::vector<State
         text += "allowed:\n" + abridged(state);
     }
     BOOST_ERROR(text);
-}
-
-/// What relaxed durability allows: each key has a value that it has in one of the allowed states, and a default
-/// likewise; but a key that is not in all of them may have none, or one that it had in an earlier life.
-bool is_mixture(const State& found, const std::vector<State>& allowed, const std::vector<State>& history) {
-    State all = found;
-    for (const State& state : allowed) {
-        all.insert(state.begin(), state.end());
-    }
-    return std::all_of(all.begin(), all.end(), [&](const auto& candidate) {
-        const auto entry = found.find(candidate.first);
-        bool has_value = false;
-        bool has_default = false;
-        bool is_new = false;
-        for (const State& state : allowed) {
-            const auto other = state.find(candidate.first);
-            const bool is_absent = other == state.end();
-            is_new = is_new || is_absent;
-            has_value = has_value ||
-                        (entry == found.end() ? is_absent : !is_absent && other->second.value == entry->second.value);
-            has_default = has_default || entry == found.end() ||
-                          (!is_absent && other->second.default_value == entry->second.default_value);
-        }
-        const bool has_old_default =
-            is_new && entry != found.end() &&
-            (!entry->second.default_value || std::any_of(history.begin(), history.end(), [&](const State& state) {
-                const auto other = state.find(candidate.first);
-                return other != state.end() && other->second.default_value == entry->second.default_value;
-            }));
-        return has_value && (has_default || has_old_default);
-    });
 }
 
 /// Whether a file has a line of a key, or of its default, that counts or would if others were gone.
@@ -229,17 +142,17 @@ void check_nothing_is_left_of_deleted_keys(const std::string& what, const std::v
     }
 }
 
-/// Opens the store on the disk, and checks that it is in one of the allowed states, or a mixture of them if there is a
-/// history; then that a set is durable. Whether all of that holds.
-bool check_store(const std::string& what, const std::vector<State>& allowed,
-                 const std::vector<State>* history = nullptr) {
+/// Opens the store on the disk, and checks that it is in one of the allowed states, or a mixture of them that
+/// `is_allowed`; then that a set is durable. Whether all of that holds.
+bool check_store(
+    const std::string& what, const std::vector<State>& allowed,
+    const std::function<bool(const State&)>& is_allowed = [](const State&) { return false; }) {
     if (zelva_core_settings_init("test") != ZELVA_CORE_STATUS_NO_ERROR) {
         report(what + ", the store does not open", {}, allowed);
         return false;
     }
     State found = state_of_store();
-    bool is_right = std::find(allowed.begin(), allowed.end(), found) != allowed.end() ||
-                    (history != nullptr && is_mixture(found, allowed, *history));
+    bool is_right = std::find(allowed.begin(), allowed.end(), found) != allowed.end() || is_allowed(found);
     if (!is_right) {
         report(what, found, allowed);
     }
@@ -248,8 +161,8 @@ bool check_store(const std::string& what, const std::vector<State>& allowed,
         report(what + ", a file is left over: " + disk.names()[0], found, allowed);
     }
     const bool is_set = set("after", 1) == ZELVA_CORE_STATUS_NO_ERROR && set("k", 6) == ZELVA_CORE_STATUS_NO_ERROR;
-    found["after"] = {1, 1};
-    found.try_emplace("k", Entry{6, 6}).first->second.value = 6;
+    model::set(found, "after", 1);
+    model::set(found, "k", 6);
     const Disk at_rest = disk;
     zelva_core_settings_deinit();
     std::vector<std::size_t> nothing_kept;
@@ -272,57 +185,48 @@ void check(const Start& start, const std::vector<const Operation*>& sequence, st
         std::size_t acknowledged;
     };
     std::vector<Moment> moments;
-    std::vector<State> states;
-    std::vector<std::size_t> durable{0};  // of so many acknowledged operations: so many at least are on the disk
     disk = Disk(start.file ? std::optional(*start.file + start.cut_off) : std::nullopt);
     if (!start.cut_off.empty()) {
         disk.resize(disk.names_in(Folder::path()).at("test"), start.file->size());
     }
     disk.room = start.room;
     BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
-    states.push_back(state_of_store());
-    before_change = [&] { moments.push_back({disk, states.size() - 1}); };
+    model::Timeline timeline(state_of_store());
+    before_change = [&] { moments.push_back({disk, timeline.size()}); };
     std::string name;
     bool has_refused = false;
     for (const Operation* operation : sequence) {
         name += (name.empty() ? "" : ", ") + operation->name;
-        State next = states.back();
+        State next = timeline.last();
         const zelva_core_status status = operation->run();
-        totals.refusals += status == ZELVA_CORE_STATUS_IO_FAILED ? 1 : 0;
-        has_refused = has_refused || status == ZELVA_CORE_STATUS_IO_FAILED;
-        if (status == ZELVA_CORE_STATUS_NO_ERROR) {
-            operation->model(next);
+        if (status == ZELVA_CORE_STATUS_IO_FAILED) {
+            ++totals.refusals;
+            has_refused = true;
+        } else {
+            BOOST_REQUIRE_EQUAL(operation->rule(next), status);
         }
-        const bool is_durable =
-            operation->makes_durable && !operation->is_relaxed && status == ZELVA_CORE_STATUS_NO_ERROR;
-        states.push_back(std::move(next));
-        durable.push_back(is_durable ? durable.size() : durable.back());
-        moments.push_back({disk, states.size() - 1});
+        timeline.add(std::move(next), operation->is_durable && status == ZELVA_CORE_STATUS_NO_ERROR);
+        moments.push_back({disk, timeline.size()});
     }
     before_change = nullptr;
-    BOOST_REQUIRE(state_of_store() == states.back());
+    BOOST_REQUIRE(state_of_store() == timeline.last());
     zelva_core_settings_deinit();
 
     for (std::size_t i = 0; i < moments.size(); ++i) {
         const Moment& moment = moments[i];
-        const std::size_t begin = durable[moment.acknowledged];
-        const std::size_t end = std::min(moment.acknowledged + 2, states.size());
-        const auto from = states.begin();
-        const std::vector<State> possible(from + static_cast<std::ptrdiff_t>(begin),
-                                          from + static_cast<std::ptrdiff_t>(end));
-        const std::vector<State> alive(from + static_cast<std::ptrdiff_t>(moment.acknowledged),
-                                       from + static_cast<std::ptrdiff_t>(end));
-        const std::vector<State>* history = possible.size() > 2 ? &states : nullptr;
+        const std::size_t acknowledged = moment.acknowledged;
+        const std::vector<State> possible = timeline.after_power_loss(acknowledged);
+        const std::vector<State> alive = timeline.after_kill(acknowledged);
+        const auto may_be_left = [&](const State& found) { return timeline.may_be_left(acknowledged, found); };
         const std::string what = name + ", at moment " + std::to_string(i);
         // A refused set of a new key may leave its default, which means nothing.
-        const std::vector<State> before(from, has_refused ? from : from + static_cast<std::ptrdiff_t>(begin));
+        const std::vector<State> before = timeline.before(has_refused ? 0 : timeline.durable(acknowledged));
 
         disk = moment.disk;
         disk.room = SIZE_MAX;
         ++totals.kills;
-        check_nothing_is_left_of_deleted_keys(
-            what + ", killed",
-            {states.begin(), has_refused ? from : from + static_cast<std::ptrdiff_t>(moment.acknowledged)}, alive);
+        check_nothing_is_left_of_deleted_keys(what + ", killed", timeline.before(has_refused ? 0 : acknowledged),
+                                              alive);
         check_store(what + ", killed", alive);
 
         const bool is_every_one = moment.disk.count_losses(most) <= most;
@@ -333,7 +237,7 @@ void check(const Start& start, const std::vector<const Operation*>& sequence, st
             const std::string left = disk.text();
             ++totals.losses;
             check_nothing_is_left_of_deleted_keys(what + ", loss " + std::to_string(loss), before, possible);
-            if (!check_store(what + ", loss " + std::to_string(loss), possible, history) && totals.failures < 3) {
+            if (!check_store(what + ", loss " + std::to_string(loss), possible, may_be_left) && totals.failures < 3) {
                 BOOST_TEST_MESSAGE("file before: " << abridged(moment.disk.text())
                                                    << "\nfile left: " << abridged(left));
             }
@@ -392,7 +296,7 @@ BOOST_AUTO_TEST_CASE(an_operation_whose_change_cannot_be_announced_does_nothing_
             if (status == ZELVA_CORE_STATUS_IO_FAILED) {
                 ++refusals;
                 BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, operation.run());
-                operation.model(expected);
+                operation.rule(expected);
                 BOOST_CHECK_MESSAGE(state_of_store() == expected, operation.name);
             }
             zelva_core_settings_deinit();
@@ -419,20 +323,11 @@ BOOST_AUTO_TEST_CASE(a_loss_of_power_during_three_operations_leaves_what_was_ack
 
 BOOST_AUTO_TEST_CASE(a_loss_of_power_gives_the_first_version_no_default_of_a_deleted_one) {
     std::mt19937 random(20);
-    const std::vector<Operation> others{set_operation("k", 5),
-                                        relaxed(set_operation("n", 7)),
-                                        set_operation("l", bait(700, 'l')),
-                                        {"sync", [] { return zelva_core_settings_sync(); }, [](State&) {}}};
+    const std::vector<Operation> others{set_operation("k", 5), relaxed(set_operation("n", 7)),
+                                        set_operation("l", bait(700, "bl")), sync_operation()};
     const Operation set_version = set_operation("Version", 7);
     const Operation delete_version = delete_operation("Version");
-    const Operation announce{"announce",
-                             [] {
-                                 unsigned old = 0;
-                                 return zelva_core_settings_get_and_set_version(&old, 3);
-                             },
-                             [](State& state) {
-                                 state["Version"] = {3, std::nullopt};
-                             }};
+    const Operation announce = announce_operation(3);
     for (const Start& start : starts()) {
         for (const Operation& first : others) {
             for (const Operation& second : others) {
