@@ -33,4 +33,4 @@ Operation relaxed(Operation operation);
 
 /// A text of so many bytes any part of which would be an entry, if it came to stand at the beginning of a line: the
 /// token, "=Sx", and so on. The token tells texts from each other.
-std::string bait(std::size_t size, const std::string& token);
+std::string bait(std::size_t size, const std::string& token = "b");

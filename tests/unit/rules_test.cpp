@@ -1,12 +1,9 @@
-// The rules of keys, types, defaults, versions and copies.
+// The rules of keys, types, defaults and copies.
 #include <algorithm>
-#include <climits>
-#include <cmath>
-#include <cstring>
-#include <limits>
 #include <random>
 #include <string>
 
+#include "refused.h"
 #include "support.h"
 
 using namespace std::string_literals;
@@ -23,16 +20,6 @@ std::string file_of_all_types() {
         }
         return OpenStore::file();
     }
-}
-
-/// Runs `call`, which must be refused, and checks that it leaves the file and all keys as they were.
-template <class Call>
-void check_refused(zelva_core_status expected, Call&& call) {
-    const std::string file = OpenStore::file();
-    const Strings names = keys();
-    BOOST_CHECK_EQUAL(expected, call());
-    BOOST_CHECK_EQUAL(shown(file), shown(OpenStore::file()));
-    BOOST_CHECK(names == keys());
 }
 
 }  // namespace
@@ -300,114 +287,6 @@ BOOST_AUTO_TEST_CASE(keys_that_would_not_read_back_are_refused) {
     }
 }
 
-BOOST_AUTO_TEST_CASE(strings_read_back_byte_for_byte) {
-    const OpenStore store;
-    Strings values{"",    " ", "  one  ", "\t",  "text=text", "=text", "text=",    "#",
-                   "; x", "S", "\\",      "\\,", "\r",        "\x7F",  "\xFF\xFE", std::string(1 << 20, 'x')};
-    for (int byte = 1; byte < 256; ++byte) {
-        if (byte != '\n') {
-            values.emplace_back(1, static_cast<char>(byte));
-        }
-    }
-    for (const std::string& value : values) {
-        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", value));
-        BOOST_CHECK(Value(value) == value_of("k"));
-        OpenStore::restart();
-        BOOST_CHECK(Value(value) == value_of("k"));
-    }
-    for (const char* value : {"\n", "a\nb", "a\n", "\nb"}) {
-        check_refused(ZELVA_CORE_STATUS_INVALID_PARAMS,
-                      [&] { return zelva_core_settings_set_string_value("k", value); });
-        check_refused(ZELVA_CORE_STATUS_INVALID_PARAMS,
-                      [&] { return zelva_core_settings_set_default_string_value("new", value); });
-    }
-}
-
-BOOST_AUTO_TEST_CASE(arrays_of_string_read_back_element_for_element) {
-    const OpenStore store;
-    const std::vector<Strings> values{
-        {},
-        {""},
-        {"", ""},
-        {"", "", ""},
-        {"a"},
-        {"a", ""},
-        {"", "a"},
-        {","},
-        {",", ","},
-        {"a,b", "c"},
-        {"\\"},
-        {"\\", "\\"},
-        {"\\", ""},
-        {"", "\\"},
-        {"\\,"},
-        {"\\\\,\\"},
-        {"a\\", "b\\,", ",\\", "c"},
-        {"a b", "\"q\"", "=", "#", "\xFF"},
-    };
-    for (const Strings& value : values) {
-        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", value));
-        BOOST_CHECK_EQUAL(Value(value), value_of("k"));
-        OpenStore::restart();
-        BOOST_CHECK_EQUAL(Value(value), value_of("k"));
-    }
-    for (const char* element : {" ", "\t", " a", "a ", "\ta", "a\t", "\n", "a\nb", "a\\ "}) {
-        for (const Strings& value : {Strings{element}, Strings{"a", element}, Strings{element, "a"}}) {
-            check_refused(ZELVA_CORE_STATUS_INVALID_PARAMS, [&] { return set("k", value); });
-            check_refused(ZELVA_CORE_STATUS_INVALID_PARAMS, [&] { return set_default("new", value); });
-        }
-    }
-}
-
-BOOST_AUTO_TEST_CASE(doubles_read_back_bit_for_bit_and_must_be_finite) {
-    const OpenStore store;
-    using limits = std::numeric_limits<double>;
-    for (const double value :
-         {0.0, -0.0, 0.1, 1.0 / 3, 101.7, 1e15, 1e16, 1e17, 123456789012345680.0, 1e-5, limits::max(), limits::lowest(),
-          limits::min(), limits::denorm_min(), limits::epsilon()}) {
-        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", value));
-        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("a", Doubles{value, -value}));
-        OpenStore::restart();
-        const auto read = std::get<double>(value_of("k"));
-        BOOST_CHECK_EQUAL(0, std::memcmp(&value, &read, sizeof value));
-        BOOST_CHECK_EQUAL(Value(Doubles{value, -value}), value_of("a"));
-    }
-    for (const double value : {limits::infinity(), -limits::infinity(), limits::quiet_NaN(), -limits::quiet_NaN()}) {
-        check_refused(ZELVA_CORE_STATUS_INVALID_PARAMS, [&] { return set("k", value); });
-        check_refused(ZELVA_CORE_STATUS_INVALID_PARAMS, [&] { return set_default("new", value); });
-        check_refused(ZELVA_CORE_STATUS_INVALID_PARAMS, [&] { return set("a", Doubles{0, value}); });
-    }
-}
-
-BOOST_AUTO_TEST_CASE(ints_read_back_to_their_limits) {
-    const OpenStore store;
-    for (const int value : {0, 1, -1, INT_MAX, INT_MAX - 1, INT_MIN, INT_MIN + 1}) {
-        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", value));
-        OpenStore::restart();
-        BOOST_CHECK_EQUAL(Value(value), value_of("k"));
-    }
-}
-
-BOOST_AUTO_TEST_CASE(json_reads_back_in_its_canonical_form_and_must_be_json) {
-    const OpenStore store;
-    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", Json{"{\n\"a\\nb\":[0.1,\"\xC3\xA9\"]\n}\n"}));
-    const Value canonical = Json{"{ \"a\\nb\" : [ 0.10000000000000000555, \"\\u00e9\" ] }"};
-    BOOST_CHECK_EQUAL(canonical, value_of("k"));
-    OpenStore::restart();
-    BOOST_CHECK_EQUAL(canonical, value_of("k"));
-    for (const char* text : {"", "{", "line one\nline two", "[1,]", "\"\xFF\"", "1e999"}) {
-        check_refused(ZELVA_CORE_STATUS_INVALID_PARAMS, [&] { return set("k", Json{text}); });
-        check_refused(ZELVA_CORE_STATUS_INVALID_PARAMS, [&] { return set_default("new", Json{text}); });
-    }
-}
-
-BOOST_AUTO_TEST_CASE(a_value_is_judged_before_its_key_is_looked_up) {
-    const OpenStore store("k = I1\n");
-    check_refused(ZELVA_CORE_STATUS_INVALID_PARAMS, [] { return set("k", "a\nb"s); });
-    check_refused(ZELVA_CORE_STATUS_INVALID_PARAMS, [] { return set("k", Json{"{"}); });
-    check_refused(ZELVA_CORE_STATUS_INVALID_PARAMS, [] { return set("absent", Json{"{"}); });
-}
-
 BOOST_AUTO_TEST_CASE(a_key_without_a_default_has_no_default_to_get) {
     const OpenStore store("k = Sten\n");
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_SETTING_NOT_PRESENT, get_default("k").status);
@@ -501,80 +380,6 @@ BOOST_AUTO_TEST_CASE(a_copy_is_a_set_of_the_new_key_with_the_old_one_s_value) {
             BOOST_CHECK_EQUAL(type.second, value_of("new"));
             BOOST_CHECK(keys() == (Strings{"new", "old"}));
         }
-    }
-}
-
-BOOST_AUTO_TEST_CASE(a_version_is_1_to_INT_MAX_and_only_rises) {
-    const OpenStore store("Version = I19\n");
-    unsigned old_version = 99;
-    unsigned new_version = 99;
-    for (const unsigned refused : {0U, unsigned{INT_MAX} + 1, UINT_MAX}) {
-        check_refused(ZELVA_CORE_STATUS_INVALID_PARAMS,
-                      [&] { return zelva_core_settings_get_and_set_version(&old_version, refused); });
-        BOOST_CHECK_EQUAL(99U, old_version);
-        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_INVALID_PARAMS,
-                          zelva_core_settings_get_versions(&old_version, &new_version));
-    }
-    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_and_set_version(&old_version, INT_MAX));
-    BOOST_CHECK_EQUAL(19U, old_version);
-    OpenStore::restart();
-    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_INVALID_PARAMS, zelva_core_settings_get_versions(&old_version, &new_version));
-    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_and_set_version(&old_version, 5));
-    BOOST_CHECK_EQUAL(unsigned{INT_MAX}, old_version);
-    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_versions(&old_version, &new_version));
-    BOOST_CHECK_EQUAL(unsigned{INT_MAX}, old_version);
-    BOOST_CHECK_EQUAL(5U, new_version);
-    BOOST_CHECK_EQUAL("Version = I2147483647\n", OpenStore::file());
-}
-
-BOOST_AUTO_TEST_CASE(the_old_version_tells_what_there_is_to_migrate) {
-    const struct {
-        const char* file;
-        unsigned old_version;
-    } cases[] = {
-        {"", 4},
-        {"# only a comment\n", 4},
-        {"rejected\n", 4},
-        {"k = I1\n", 0},
-        {"DEFAULT_k = I1\n", 4},
-        {"Version = I3\n", 3},
-        {"Version = I4\n", 4},
-        {"Version = I9\n", 9},
-        {"Version = I0\n", 0},
-        {"Version = I-7\n", 0},
-    };
-    for (const auto& test : cases) {
-        BOOST_TEST_CONTEXT("file: " << shown(test.file)) {
-            const OpenStore store(test.file);
-            unsigned old_version = 99;
-            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_and_set_version(&old_version, 4));
-            BOOST_CHECK_EQUAL(test.old_version, old_version);
-            OpenStore::restart();
-            BOOST_CHECK_EQUAL(Value(std::max(4, static_cast<int>(test.old_version))), value_of("Version"));
-            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_SETTING_NOT_PRESENT, get_default("Version").status);
-        }
-    }
-}
-
-BOOST_AUTO_TEST_CASE(the_version_never_comes_by_a_default) {
-    const OpenStore store("k = I1\nDEFAULT_Version = I9\n");
-    unsigned old_version = 7;
-    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_and_set_version(&old_version, 3));
-    BOOST_CHECK_EQUAL(0U, old_version);
-    BOOST_CHECK_EQUAL("k = I1\nVersion = I3\n", OpenStore::file());
-    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_SETTING_NOT_PRESENT, get_default("Version").status);
-}
-
-BOOST_AUTO_TEST_CASE(a_version_key_of_another_type_is_left_alone) {
-    for (const char* value : {"Sone", "J1", "BTRUE", "D1", "AS1", "AI1", "AB1", "AD1"}) {
-        const OpenStore store("Version = "s + value + "\n");
-        unsigned old_version = 99;
-        unsigned new_version = 99;
-        check_refused(ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE,
-                      [&] { return zelva_core_settings_get_and_set_version(&old_version, 1); });
-        BOOST_CHECK_EQUAL(99U, old_version);
-        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_INVALID_PARAMS,
-                          zelva_core_settings_get_versions(&old_version, &new_version));
     }
 }
 
