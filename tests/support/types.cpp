@@ -15,6 +15,25 @@ void require(bool holds) {
     }
 }
 
+/// Frees what a get has handed out.
+void release(char* text) {
+    free(text);
+}
+void release(char** array) {
+    zelva_core_free_string_array(array);
+}
+void release(int** array) {
+    zelva_core_free_int_array(array);
+}
+void release(bool** array) {
+    zelva_core_free_bool_array(array);
+}
+void release(double** array) {
+    zelva_core_free_double_array(array);
+}
+template <class Scalar>
+void release(Scalar) {}
+
 // How a value of each type gets through the C interface, and is released.
 
 template <class T>
@@ -41,7 +60,7 @@ struct TextCaller {
         const zelva_core_status status = function(key, &text);
         require((text == nullptr) == (status != ZELVA_CORE_STATUS_NO_ERROR));
         Got got{status, Text{text == nullptr ? "" : text}};
-        free(text);
+        release(text);
         return got;
     }
 };
@@ -58,7 +77,7 @@ struct Caller<Json> : TextCaller<Json> {
     }
 };
 
-template <class Element, class Pointee, Pointee** allocate(unsigned), void release(Pointee**)>
+template <class Element, class Pointee, Pointee** allocate(unsigned)>
 struct ArrayCaller {
     using Get = zelva_core_status(const char*, Pointee***, int*);
     using Set = zelva_core_status(const char*, Pointee**);
@@ -102,19 +121,35 @@ struct ArrayCaller {
     }
 };
 template <>
-struct Caller<Strings> : ArrayCaller<std::string, char, zelva_core_alloc_string_array, zelva_core_free_string_array> {};
+struct Caller<Strings> : ArrayCaller<std::string, char, zelva_core_alloc_string_array> {};
 template <>
-struct Caller<Ints> : ArrayCaller<int, int, zelva_core_alloc_int_array, zelva_core_free_int_array> {};
+struct Caller<Ints> : ArrayCaller<int, int, zelva_core_alloc_int_array> {};
 template <>
-struct Caller<Bools> : ArrayCaller<bool, bool, zelva_core_alloc_bool_array, zelva_core_free_bool_array> {};
+struct Caller<Bools> : ArrayCaller<bool, bool, zelva_core_alloc_bool_array> {};
 template <>
-struct Caller<Doubles> : ArrayCaller<double, double, zelva_core_alloc_double_array, zelva_core_free_double_array> {};
+struct Caller<Doubles> : ArrayCaller<double, double, zelva_core_alloc_double_array> {};
+
+template <class Out, zelva_core_status get(const char*, Out*)>
+zelva_core_status get_and_free(const char* key) {
+    Out out{};
+    const zelva_core_status status = get(key, &out);
+    release(out);
+    return status;
+}
+template <class Out, zelva_core_status get(const char*, Out*, int*)>
+zelva_core_status get_and_free(const char* key) {
+    Out out{};
+    const zelva_core_status status = get(key, &out, nullptr);
+    release(out);
+    return status;
+}
 
 template <class T>
 TypeFunctions functions(const char* name, zelva_core_settings_type type, T first, T second,
                         typename Caller<T>::Get* get, typename Caller<T>::Get* get_default,
-                        typename Caller<T>::Get* get_configuration, typename Caller<T>::Set* set,
-                        typename Caller<T>::Set* set_default, zelva_core_status copy(const char*, const char*)) {
+                        typename Caller<T>::Get* get_configuration, zelva_core_status get_and_free(const char*),
+                        typename Caller<T>::Set* set, typename Caller<T>::Set* set_default,
+                        zelva_core_status copy(const char*, const char*)) {
     using namespace std::placeholders;
     const auto setter = [](typename Caller<T>::Set* function) {
         return [function](const char* key, const Value& value) {
@@ -128,6 +163,7 @@ TypeFunctions functions(const char* name, zelva_core_settings_type type, T first
             std::bind(&Caller<T>::get, get, _1),
             std::bind(&Caller<T>::get, get_default, _1),
             std::bind(&Caller<T>::get, get_configuration, _1),
+            get_and_free,
             setter(set),
             setter(set_default),
             copy};
@@ -143,23 +179,23 @@ const TypeFunctions& functions_of(const std::string& key) {
 
 }  // namespace
 
-#define TYPE(NUMBER, name, first, second)                                                                     \
-    functions(#name, ZELVA_CORE_SETTING_TYPE_##NUMBER, first, second, zelva_core_settings_get_##name##_value, \
-              zelva_core_settings_get_default_##name##_value, zelva_core_configuration_get_##name##_value,    \
-              zelva_core_settings_set_##name##_value, zelva_core_settings_set_default_##name##_value,         \
-              zelva_core_settings_copy_##name##_key)
+#define TYPE(NUMBER, name, Out, first, second)                                                                   \
+    functions(#name, ZELVA_CORE_SETTING_TYPE_##NUMBER, first, second, zelva_core_settings_get_##name##_value,    \
+              zelva_core_settings_get_default_##name##_value, zelva_core_configuration_get_##name##_value,       \
+              get_and_free<Out, zelva_core_settings_get_##name##_value>, zelva_core_settings_set_##name##_value, \
+              zelva_core_settings_set_default_##name##_value, zelva_core_settings_copy_##name##_key)
 
 const std::vector<TypeFunctions>& types() {
     static const std::vector<TypeFunctions> all{
-        TYPE(STRING, string, std::string("one"), std::string("two")),
-        TYPE(JSON, json, Json{"{ \"a\" : 1 }"}, Json{"[ true ]"}),
-        TYPE(INT, int, 7, -8),
-        TYPE(BOOL, bool, true, false),
-        TYPE(DOUBLE, double, 0.1, -2.5e300),
-        TYPE(ARRAYOFSTRING, arrayofstring, (Strings{"a", "b,c", ""}), Strings{""}),
-        TYPE(ARRAYOFINT, arrayofint, (Ints{1, -2}), Ints{}),
-        TYPE(ARRAYOFBOOL, arrayofbool, (Bools{true, false}), Bools{false}),
-        TYPE(ARRAYOFDOUBLE, arrayofdouble, (Doubles{0.5, 1e-7}), Doubles{3.023}),
+        TYPE(STRING, string, char*, std::string("one"), std::string("two")),
+        TYPE(JSON, json, char*, Json{"{ \"a\" : 1 }"}, Json{"[ true ]"}),
+        TYPE(INT, int, int, 7, -8),
+        TYPE(BOOL, bool, bool, true, false),
+        TYPE(DOUBLE, double, double, 0.1, -2.5e300),
+        TYPE(ARRAYOFSTRING, arrayofstring, char**, (Strings{"a", "b,c", ""}), Strings{""}),
+        TYPE(ARRAYOFINT, arrayofint, int**, (Ints{1, -2}), Ints{}),
+        TYPE(ARRAYOFBOOL, arrayofbool, bool**, (Bools{true, false}), Bools{false}),
+        TYPE(ARRAYOFDOUBLE, arrayofdouble, double**, (Doubles{0.5, 1e-7}), Doubles{3.023}),
     };
     return all;
 }

@@ -32,6 +32,7 @@ struct TypeFunctions {
     std::function<Got(const char* key)> get;
     std::function<Got(const char* key)> get_default;
     std::function<Got(const char* key)> get_configuration;
+    zelva_core_status (*get_and_free)(const char* key);  // nothing else, for measuring
     std::function<zelva_core_status(const char* key, const Value&)> set;
     std::function<zelva_core_status(const char* key, const Value&)> set_default;
     std::function<zelva_core_status(const char*, const char*)> copy;
