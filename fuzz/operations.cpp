@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <climits>
-#include <cmath>
 #include <limits>
 #include <optional>
 #include <random>
@@ -155,7 +154,7 @@ class Run {
     }
 
     void set() {
-        const bool is_default = in_.ConsumeBool();
+        const bool is_default = !in_.ConsumeBool();
         const std::string key = any_key(in_);
         const Value value = any_value(in_);
         check_change(is_default ? ::set_default(key, value) : ::set(key, value), [&](State& state) {
@@ -179,7 +178,7 @@ class Run {
 
     void get() {
         const auto type = static_cast<Type>(in_.ConsumeIntegralInRange(0, 8));
-        const bool is_default = in_.ConsumeBool();
+        const bool is_default = !in_.ConsumeBool();
         const std::string key = any_key(in_);
         const Got got = (is_default ? types()[type].get_default : types()[type].get)(key.c_str());
         Got expected = (is_default ? model::get_default : model::get)(state_, type, key);
@@ -210,9 +209,8 @@ class Run {
             const State unchanged = state;
             const zelva_core_status allowed = model::announce_version(state, announced, before);
             // One that is there already is only read, and cannot fail.
-            const bool is_read = allowed == ZELVA_CORE_STATUS_NO_ERROR && state == unchanged;
-            CHECK(!is_read || !is_open_ || status == ZELVA_CORE_STATUS_NO_ERROR);
-            is_only_read = is_read;
+            is_only_read = allowed == ZELVA_CORE_STATUS_NO_ERROR && state == unchanged;
+            CHECK(!is_only_read || status == ZELVA_CORE_STATUS_NO_ERROR);
             if (status == ZELVA_CORE_STATUS_NO_ERROR) {
                 expected = before;
             }
