@@ -44,6 +44,8 @@ int check_failure(const power::FileSystem& file_system, std::mt19937& random, En
         sets.kill();
         disk.set_failing(false);
     } else {
+        // Until a set that has begun on the failing disk is over.
+        sets.wait_for_steps(2);
         disk.set_failing(false);
         sets.wait_for_steps(20);
         sets.stop();
