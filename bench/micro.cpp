@@ -3,7 +3,6 @@
 #include <benchmark/benchmark.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <zelva/accessors.hpp>
 
 #include <cstring>
 #include <filesystem>
@@ -14,6 +13,7 @@
 
 #include "store.h"
 #include "timing.h"
+#include "types.h"
 #include "value/json.h"
 
 namespace {
@@ -84,83 +84,32 @@ void measure_only(State& state, Operation&& work) {
 
 // By type: one key, handed out and given back. Arrays have eight elements.
 
-template <auto get_value, class T>
-void get_plain(const char* key) {
-    T value{};
-    expect(get_value(key, &value));
-    keep(value);
-}
-
-template <auto get_value>
-void get_text(const char* key) {
-    char* text = nullptr;
-    expect(get_value(key, &text));
-    std::free(text);
-}
-
-template <auto get_value, auto free_array, class T>
-void get_array(const char* key) {
-    T** array = nullptr;
-    expect(get_value(key, &array, nullptr));
-    free_array(array);
-}
-
-struct TypeFunctions {
-    const char* key;
-    void (*get)(const char* key);
-    zelva_core_status (*set)(const char* key, int generation);
-};
-
-const char* const json_text =
-    R"({"name": "Living room", "volume": 0.25, "sources": ["radio", "line", null], "on": true})";
-
-const TypeFunctions types[] = {
-    {"string", get_text<zelva_core_settings_get_string_value>,
-     [](const char* key, int generation) {
-         return zelva_core_settings_set_string_value(key,
-                                                     generation % 2 ? "Living room, floor 1" : "Dining room, floor 2");
-     }},
-    {"json", get_text<zelva_core_settings_get_json_value>,
-     [](const char* key, int generation) {
-         return zelva_core_settings_set_json_value(key, generation % 2 ? json_text : "{}");
-     }},
-    {"int", get_plain<zelva_core_settings_get_int_value, int>,
-     [](const char* key, int generation) { return zelva_core_settings_set_int_value(key, generation); }},
-    {"bool", get_plain<zelva_core_settings_get_bool_value, bool>,
-     [](const char* key, int generation) { return zelva_core_settings_set_bool_value(key, generation % 2 != 0); }},
-    {"double", get_plain<zelva_core_settings_get_double_value, double>,
-     [](const char* key, int generation) { return zelva_core_settings_set_double_value(key, generation / 8.0); }},
-    {"arrayofstring", get_array<zelva_core_settings_get_arrayofstring_value, zelva_core_free_string_array, char>,
-     [](const char* key, int generation) {
-         return zelva::core::settingsSetStringVector(key, std::vector<std::string>(8, std::to_string(generation)));
-     }},
-    {"arrayofint", get_array<zelva_core_settings_get_arrayofint_value, zelva_core_free_int_array, int>,
-     [](const char* key, int generation) {
-         return zelva::core::settingsSetIntVector(key, std::vector<int>(8, generation));
-     }},
-    {"arrayofbool", get_array<zelva_core_settings_get_arrayofbool_value, zelva_core_free_bool_array, bool>,
-     [](const char* key, int generation) {
-         std::vector<bool> bools(8, generation % 2 != 0);
-         return zelva::core::settingsSetBoolVector(key, bools);
-     }},
-    {"arrayofdouble", get_array<zelva_core_settings_get_arrayofdouble_value, zelva_core_free_double_array, double>,
-     [](const char* key, int generation) {
-         std::vector<double> doubles(8, generation / 8.0);
-         return zelva::core::settingsSetDoubleVector(key, doubles);
-     }},
+/// Two values of each type, in the order of the types.
+const std::pair<Value, Value> values[] = {
+    {"Living room, floor 1", "Dining room, floor 2"},
+    {Json{R"({"name": "Living room", "volume": 0.25, "sources": ["radio", "line", null], "on": true})"}, Json{"{}"}},
+    {1, 2},
+    {true, false},
+    {0.125, 0.25},
+    {Strings(8, "1"), Strings(8, "2")},
+    {Ints(8, 1), Ints(8, 2)},
+    {Bools(8, true), Bools(8, false)},
+    {Doubles(8, 0.125), Doubles(8, 0.25)},
 };
 
 void get_one(State& state, const TypeFunctions& type) {
-    expect(type.set(type.key, 1));
+    expect(type.set(type.name.c_str(), values[type.type].first));
     for (auto _ : state) {
-        type.get(type.key);
+        expect(type.get_and_free(type.name.c_str()));
     }
 }
 
 void set_one(State& state, const TypeFunctions& type) {
-    int generation = 0;
+    const auto& [one, other] = values[type.type];
+    bool is_one = false;
     for (auto _ : state) {
-        expect(type.set(type.key, ++generation));
+        is_one = !is_one;
+        expect(type.set(type.name.c_str(), is_one ? one : other));
     }
 }
 
@@ -337,7 +286,7 @@ void floor_arrayofint(State& state) {
 void canonical_json(State& state) {
     std::string text = "[";
     while (text.size() < keys_of(state)) {
-        text += json_text;
+        text += std::get<Json>(values[ZELVA_CORE_SETTING_TYPE_JSON].first).text;
         text += ", ";
     }
     text += "0]";
@@ -362,21 +311,21 @@ void register_all(OtherProgram& other) {
         const auto with_size = [&](benchmark::internal::Benchmark* benchmark) {
             return benchmark->ArgName("keys")->Arg(size)->Setup(use_store);
         };
-        for (const TypeFunctions& type : types) {
-            with_size(add(std::string("get/") + type.key, [&](State& state) { get_one(state, type); }));
+        for (const TypeFunctions& type : types()) {
+            with_size(add("get/" + type.name, [&](State& state) { get_one(state, type); }));
         }
         with_size(add("get/any int", get_any_int));
         with_size(add("get/any int", get_any_int))->Threads(2)->UseRealTime();
         with_size(add("get/any string", get_any_string));
-        for (const TypeFunctions& type : types) {
-            with_size(add(std::string("set relaxed/") + type.key, [&](State& state) {
+        for (const TypeFunctions& type : types()) {
+            with_size(add("set relaxed/" + type.name, [&](State& state) {
                 set_one(state, type);
             }))->Setup(use_relaxed_store);
         }
         with_size(add("set relaxed/any int", set_any_int))->Setup(use_relaxed_store);
         with_size(add("delete relaxed", delete_key))->Setup(use_relaxed_store)->UseManualTime();
-        for (const TypeFunctions& type : types) {
-            with_size(add(std::string("set durable/") + type.key, [&](State& state) { set_one(state, type); }))
+        for (const TypeFunctions& type : types()) {
+            with_size(add("set durable/" + type.name, [&](State& state) { set_one(state, type); }))
                 ->Setup(use_durable_store)
                 ->UseRealTime();
         }

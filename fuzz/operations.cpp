@@ -4,25 +4,20 @@
 
 #include <algorithm>
 #include <climits>
-#include <cmath>
 #include <limits>
 #include <optional>
 #include <random>
 #include <utility>
 
-#include "../tests/store/simulated_disk.h"
-#include "../tests/store/support.h"
 #include "check.h"
+#include "folder.h"
+#include "simulated_disk.h"
 #include "store.h"
-#include "value/json.h"
 
 namespace {
 
-using fuzz::default_prefix;
-using fuzz::Entries;
-using fuzz::Slot;
+using model::Type;
 using simulated::disk;
-using zelva::value::Type;
 
 // Arguments.
 
@@ -81,38 +76,6 @@ Value any_value(FuzzedDataProvider& in) {
     }
 }
 
-// The rules of names and values.
-
-bool has_blank_at_end(const std::string& text) {
-    const auto is_blank = [](char c) { return c == ' ' || c == '\t'; };
-    return !text.empty() && (is_blank(text.front()) || is_blank(text.back()));
-}
-
-bool can_be_written(const std::string& key) {
-    return !key.empty() && key.find_first_of("=\n") == std::string::npos && !has_blank_at_end(key) && key[0] != '#' &&
-           key[0] != ';' && !fuzz::is_reserved(key);
-}
-
-/// The value as a get hands it out, or nothing for one that is refused.
-std::optional<Value> accepted(const Value& value) {
-    const auto has_line_feed = [](const std::string& text) { return text.find('\n') != std::string::npos; };
-    const auto is_finite = [](double number) { return std::isfinite(number); };
-    bool is_accepted = true;
-    if (const auto* const text = std::get_if<std::string>(&value)) {
-        is_accepted = !has_line_feed(*text);
-    } else if (const auto* const json = std::get_if<Json>(&value)) {
-        return zelva::value::canonical_json(json->text);
-    } else if (const auto* const number = std::get_if<double>(&value)) {
-        is_accepted = is_finite(*number);
-    } else if (const auto* const texts = std::get_if<Strings>(&value)) {
-        is_accepted = std::none_of(texts->begin(), texts->end(), has_line_feed) &&
-                      std::none_of(texts->begin(), texts->end(), has_blank_at_end);
-    } else if (const auto* const numbers = std::get_if<Doubles>(&value)) {
-        is_accepted = std::all_of(numbers->begin(), numbers->end(), is_finite);
-    }
-    return is_accepted ? std::optional(value) : std::nullopt;
-}
-
 class Run {
   public:
     explicit Run(FuzzedDataProvider& in) : in_(in) {
@@ -145,17 +108,15 @@ class Run {
 
     void check() {
         if (is_open_) {
-            fuzz::check_holds(entries_);
+            fuzz::check_holds(state_);
         }
         if (!edited_) {
-            const fuzz::File& file = file_on_disk();
-            CHECK(fuzz::is_same(fuzz::meaning(file.entries), fuzz::meaning(entries_)));
-            CHECK(file.others == others_);
+            fuzz::check_file(file_on_disk(), state_, others_);
         }
     }
 
     void use(fuzz::File file) {
-        entries_ = std::move(file.entries);
+        state_ = fuzz::state_of(file.entries);
         others_ = std::move(file.others);
         edited_ = std::nullopt;
     }
@@ -169,111 +130,62 @@ class Run {
         }
     }
 
-    /// The status of a change that the rules allow. On a full disk it may fail.
-    bool is_done(zelva_core_status status) {
-        if (disk.room != SIZE_MAX && status == ZELVA_CORE_STATUS_IO_FAILED) {
-            return false;
-        }
-        CHECK(status == ZELVA_CORE_STATUS_NO_ERROR);
-        is_durable_ = durability_ == ZELVA_CORE_DURABILITY_FULL;
-        return true;
-    }
-
-    bool has(const std::string& name) const { return entries_.count(name) != 0; }
-    bool is_of_other_type(const std::string& key, std::size_t type) const {
-        return has(key) && entries_.at(key).index() != type;
-    }
-
-    /// What is written of a value that is accepted, and of a name that can be written.
-    void check_write(Slot slot, const std::string& key, const Value& value, zelva_core_status status) {
-        if (is_of_other_type(key, value.index())) {
-            CHECK(status == ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE);
-        } else if (is_done(status)) {
-            if (slot == Slot::default_value || !has(key)) {
-                entries_[default_prefix + key] = value;
+    /// Checks the status of a change against its rule, which changes the state as well. Of a store that is closed the
+    /// rule tells only whether the parameters are valid; and on a full disk a change that it allows may fail.
+    template <class Rule>
+    void check_change(zelva_core_status status, const Rule& rule) {
+        if (!is_open_) {
+            State none;
+            const bool is_invalid = rule(none) == ZELVA_CORE_STATUS_INVALID_PARAMS;
+            CHECK(status == (is_invalid ? ZELVA_CORE_STATUS_INVALID_PARAMS : ZELVA_CORE_STATUS_NOT_INITIALIZED));
+        } else if (disk.room != SIZE_MAX && status == ZELVA_CORE_STATUS_IO_FAILED) {
+            read_if_edited();
+            State changed = state_;
+            CHECK(rule(changed) == ZELVA_CORE_STATUS_NO_ERROR);
+        } else {
+            // What is refused whatever the store holds is refused before an edit is found.
+            if (status != ZELVA_CORE_STATUS_INVALID_PARAMS) {
+                read_if_edited();
             }
-            if (slot == Slot::value || !has(key)) {
-                entries_[key] = value;
-            }
+            CHECK(status == rule(state_));
+            is_durable_ =
+                status == ZELVA_CORE_STATUS_NO_ERROR ? durability_ == ZELVA_CORE_DURABILITY_FULL : is_durable_;
         }
     }
 
     void set() {
-        const Slot slot = in_.ConsumeBool() ? Slot::value : Slot::default_value;
+        const bool is_default = !in_.ConsumeBool();
         const std::string key = any_key(in_);
         const Value value = any_value(in_);
-        const std::optional<Value> expected = accepted(value);
-        const zelva_core_status status = fuzz::set(slot, key, value);
-        if (!can_be_written(key) || !expected) {
-            CHECK(status == ZELVA_CORE_STATUS_INVALID_PARAMS);
-        } else if (!is_open_) {
-            CHECK(status == ZELVA_CORE_STATUS_NOT_INITIALIZED);
-        } else {
-            read_if_edited();
-            check_write(slot, key, *expected, status);
-        }
+        check_change(is_default ? ::set_default(key, value) : ::set(key, value), [&](State& state) {
+            return is_default ? model::set_default(state, key, value) : model::set(state, key, value);
+        });
     }
 
     void copy() {
         const std::string old_key = any_key(in_);
         const std::string new_key = any_key(in_);
         const auto type = static_cast<Type>(in_.ConsumeIntegralInRange(0, 8));
-        const zelva_core_status status = fuzz::copy(type, old_key, new_key);
-        if (fuzz::is_reserved(old_key) || !can_be_written(new_key)) {
-            CHECK(status == ZELVA_CORE_STATUS_INVALID_PARAMS);
-        } else if (!is_open_) {
-            CHECK(status == ZELVA_CORE_STATUS_NOT_INITIALIZED);
-        } else {
-            read_if_edited();
-            if (!has(old_key)) {
-                CHECK(status == ZELVA_CORE_STATUS_SETTING_NOT_PRESENT);
-            } else if (is_of_other_type(old_key, type)) {
-                CHECK(status == ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE);
-            } else {
-                check_write(Slot::value, new_key, Value(entries_.at(old_key)), status);
-            }
-        }
+        check_change(types()[type].copy(old_key.c_str(), new_key.c_str()),
+                     [&](State& state) { return model::copy(state, type, old_key, new_key); });
     }
 
     void remove() {
         const std::string key = any_key(in_);
-        const zelva_core_status status = zelva_core_settings_delete_key(key.c_str());
-        if (fuzz::is_reserved(key)) {
-            CHECK(status == ZELVA_CORE_STATUS_INVALID_PARAMS);
-        } else if (!is_open_) {
-            CHECK(status == ZELVA_CORE_STATUS_NOT_INITIALIZED);
-        } else {
-            read_if_edited();
-            if (!has(key)) {
-                CHECK(status == ZELVA_CORE_STATUS_SETTING_NOT_PRESENT);
-            } else if (is_done(status)) {
-                entries_.erase(key);
-                entries_.erase(default_prefix + key);
-            }
-        }
+        check_change(zelva_core_settings_delete_key(key.c_str()),
+                     [&](State& state) { return model::remove(state, key); });
     }
 
     void get() {
         const auto type = static_cast<Type>(in_.ConsumeIntegralInRange(0, 8));
-        const Slot slot = in_.ConsumeBool() ? Slot::value : Slot::default_value;
+        const bool is_default = !in_.ConsumeBool();
         const std::string key = any_key(in_);
-        const std::string name = (slot == Slot::value ? "" : default_prefix) + key;
-        const fuzz::Got got = fuzz::get(type, slot, key);
-        if (fuzz::is_reserved(key)) {
-            CHECK(got.status == ZELVA_CORE_STATUS_INVALID_PARAMS);
-        } else if (!is_open_) {
-            CHECK(got.status == ZELVA_CORE_STATUS_NOT_INITIALIZED);
-        } else if (!has(key)) {
-            CHECK(got.status == ZELVA_CORE_STATUS_SETTING_NOT_PRESENT);
-        } else if (is_of_other_type(key, type)) {
-            CHECK(got.status == ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE);
-        } else if (!has(name)) {
-            CHECK(got.status == ZELVA_CORE_STATUS_SETTING_NOT_PRESENT);
-        } else if (is_of_other_type(name, type)) {
-            CHECK(got.status == ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE);
-        } else {
-            CHECK(got.status == ZELVA_CORE_STATUS_NO_ERROR && fuzz::is_same(got.value, entries_.at(name)));
+        const Got got = (is_default ? types()[type].get_default : types()[type].get)(key.c_str());
+        Got expected = (is_default ? model::get_default : model::get)(state_, type, key);
+        if (!is_open_ && expected.status != ZELVA_CORE_STATUS_INVALID_PARAMS) {
+            expected.status = ZELVA_CORE_STATUS_NOT_INITIALIZED;
         }
+        CHECK(got == expected);
     }
 
     void list() {
@@ -282,48 +194,33 @@ class Run {
             CHECK(zelva_core_settings_get_keys_starting_with(prefix.c_str()) == nullptr);
             return;
         }
-        std::vector<std::string> expected;
-        for (const auto& [name, value] : entries_) {
-            if (!fuzz::is_reserved(name) && name.compare(0, prefix.size(), prefix) == 0) {
-                expected.push_back(name);
-            }
-        }
-        CHECK(fuzz::keys(prefix) == expected);
+        CHECK(keys(prefix) == model::keys(state_, prefix));
     }
 
     void announce_version() {
         const auto announced = in_.ConsumeBool() ? in_.ConsumeIntegralInRange(0U, 5U) : in_.ConsumeIntegral<unsigned>();
         unsigned old = UINT_MAX;
+        bool is_only_read = false;
+        const bool was_durable = is_durable_;
         const zelva_core_status status = zelva_core_settings_get_and_set_version(&old, announced);
-        bool is_successful = false;
         unsigned expected = UINT_MAX;
-        if (announced == 0 || announced > INT_MAX) {
-            CHECK(status == ZELVA_CORE_STATUS_INVALID_PARAMS);
-        } else if (!is_open_) {
-            CHECK(status == ZELVA_CORE_STATUS_NOT_INITIALIZED);
-        } else {
-            read_if_edited();
-            const std::string key = "Version";
-            if (is_of_other_type(key, ZELVA_CORE_SETTING_TYPE_INT)) {
-                CHECK(status == ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE);
-            } else {
-                const bool has_keys = !fuzz::meaning(entries_).empty();
-                const int present = has(key) ? std::max(std::get<int>(entries_.at(key)), 0) : 0;
-                if (announced <= static_cast<unsigned>(present)) {
-                    CHECK(status == ZELVA_CORE_STATUS_NO_ERROR);
-                    is_successful = true;
-                } else if (is_done(status)) {
-                    is_successful = true;
-                    if (!has(key)) {
-                        entries_.erase(default_prefix + key);
-                    }
-                    entries_[key] = static_cast<int>(announced);
-                }
-                if (is_successful) {
-                    expected = has_keys ? static_cast<unsigned>(present) : announced;
-                    versions_ = std::pair(expected, announced);
-                }
+        check_change(status, [&](State& state) {
+            unsigned before = UINT_MAX;
+            const State unchanged = state;
+            const zelva_core_status allowed = model::announce_version(state, announced, before);
+            // One that is there already is only read, and cannot fail.
+            is_only_read = allowed == ZELVA_CORE_STATUS_NO_ERROR && state == unchanged;
+            CHECK(!is_only_read || status == ZELVA_CORE_STATUS_NO_ERROR);
+            if (status == ZELVA_CORE_STATUS_NO_ERROR) {
+                expected = before;
             }
+            return allowed;
+        });
+        if (is_only_read) {
+            is_durable_ = was_durable;
+        }
+        if (status == ZELVA_CORE_STATUS_NO_ERROR) {
+            versions_ = std::pair(expected, announced);
         }
         CHECK(old == expected);
     }
@@ -355,7 +252,12 @@ class Run {
             return;
         }
         read_if_edited();
-        is_durable_ = is_done(status);
+        if (disk.room != SIZE_MAX && status == ZELVA_CORE_STATUS_IO_FAILED) {
+            is_durable_ = false;
+            return;
+        }
+        CHECK(status == ZELVA_CORE_STATUS_NO_ERROR);
+        is_durable_ = true;
     }
 
     void reload() {
@@ -467,7 +369,7 @@ class Run {
     bool is_open_ = false;
     bool is_durable_ = true;
     zelva_core_durability durability_ = ZELVA_CORE_DURABILITY_FULL;
-    Entries entries_;
+    State state_;
     std::vector<std::string> others_;
     std::string text_read_;
     fuzz::File file_read_;              // what `text_read_` means

@@ -121,28 +121,6 @@ std::optional<double> read_double(const std::string& text) {
     return !digits.empty() && std::isfinite(number) ? std::optional(number) : std::nullopt;
 }
 
-namespace {
-
-bool is_same_double(double left, double right) {
-    return std::memcmp(&left, &right, sizeof left) == 0;
-}
-
-}  // namespace
-
-bool is_same(const Value& left, const Value& right) {
-    if (!(left == right)) {
-        return false;
-    }
-    if (const double* const number = std::get_if<double>(&left)) {
-        return is_same_double(*number, std::get<double>(right));
-    }
-    if (const auto* const numbers = std::get_if<std::vector<double>>(&left)) {
-        return std::equal(numbers->begin(), numbers->end(), std::get<std::vector<double>>(right).begin(),
-                          is_same_double);
-    }
-    return true;
-}
-
 File read_file(const std::string& text) {
     File file;
     // Blank lines are passed over at once: a file may end in thousands of them.
@@ -168,17 +146,15 @@ File read_file(const std::string& text) {
     return file;
 }
 
-bool is_reserved(const std::string& name) {
-    return name.compare(0, default_prefix.size(), default_prefix) == 0;
-}
-
-Entries meaning(Entries entries) {
-    for (auto entry = entries.begin(); entry != entries.end();) {
-        const bool is_orphan =
-            is_reserved(entry->first) && entries.count(entry->first.substr(default_prefix.size())) == 0;
-        entry = is_orphan ? entries.erase(entry) : std::next(entry);
+model::State state_of(const Entries& entries) {
+    model::State state;
+    for (const auto& [name, value] : entries) {
+        if (!is_reserved(name)) {
+            const auto found = entries.find(default_prefix + name);
+            state[name] = {value, found == entries.end() ? std::nullopt : std::optional(found->second)};
+        }
     }
-    return entries;
+    return state;
 }
 
 bool is_same(const Entries& left, const Entries& right) {

@@ -7,18 +7,18 @@
 #include <string>
 #include <vector>
 
-#include "value/value.h"
+#include "model.h"
 
 namespace fuzz {
 
-using zelva::value::Value;
+using model::default_prefix;
+using model::is_reserved;
+using model::is_same;
+using model::Value;
 
 /// The number that `text` begins with, by the C library.
 std::optional<int> read_int(const std::string& text);
 std::optional<double> read_double(const std::string& text);
-
-/// Whether two values are the same, bit for bit: 0 and -0 are not.
-bool is_same(const Value& left, const Value& right);
 
 /// Entries by the names of their lines, defaults included.
 using Entries = std::map<std::string, Value>;
@@ -29,13 +29,8 @@ struct File {
 };
 File read_file(const std::string& text);
 
-const std::string default_prefix = "DEFAULT_";
-
-/// Whether a name is that of a default.
-bool is_reserved(const std::string& name);
-
-/// Entries without defaults that stand without their key, which mean nothing.
-Entries meaning(Entries entries);
+/// What a store with these entries holds: a default without its key means nothing.
+model::State state_of(const Entries& entries);
 
 bool is_same(const Entries& left, const Entries& right);
 
