@@ -39,6 +39,7 @@ zelva_core_status set(Slot slot, const char* key, In<T> in) {
     }
     return guarded([&] {
         std::optional<T> value = take_in<T>(in);
+        // no test for 8 branches: this is counted for each of the nine types, and only a JSON text can be refused.
         if (!value) {
             return ZELVA_CORE_STATUS_INVALID_PARAMS;
         }
