@@ -36,6 +36,7 @@ struct Stores {
 };
 
 Stores& stores() {
+    // no test: two threads' first calls of the library at the same moment, of which one waits for the other.
     static NoDestructor<Stores> stores;
     return stores.object;
 }

@@ -40,6 +40,7 @@ Packed::Packed(const Value& value) : type_(static_cast<std::uint8_t>(value.index
             content_.real = std::get<double>(value);
             return;
         default:
+            // no test: the compiler's own, whether memory is to be given back after an exception.
             content_.value = new Value(value);
             storage_ = Storage::own_value;
     }
@@ -47,8 +48,10 @@ Packed::Packed(const Value& value) : type_(static_cast<std::uint8_t>(value.index
 
 void Packed::release() {
     if (storage_ == Storage::own_text) {
+        // no test: the compiler's own, whether there is anything to delete. A value that owns a text has one.
         delete[] content_.text;
     } else {
+        // no test: as above.
         delete content_.value;
     }
 }
