@@ -35,7 +35,8 @@ void check_writes(const std::string& name, const fuzz::Value& value) {
     std::string text;
     zelva::format::write_line(name, value, text);
     CHECK(text.find('\n') == text.size() - 1);
-    const auto entry = zelva::format::read_line(std::string_view(text).substr(0, text.size() - 1));
+    zelva::format::Entry entry;
+    zelva::format::read_line(std::string_view(text).substr(0, text.size() - 1), entry);
     CHECK(entry.kind == Kind::entry && entry.name == name && fuzz::is_same(entry.value.value(), value));
 }
 
@@ -100,7 +101,8 @@ void check_compacted(std::string text, const Layout& before, const File& file) {
     CHECK(compacted.places.size() == file.entries.size());
     for (const auto& [name, line] : compacted.places) {
         CHECK(file.entries.count(std::string(name)) == 1);
-        const auto entry = zelva::format::read_line(line_at(compacted.text, {line.offset, line.size - 1}));
+        zelva::format::Entry entry;
+        zelva::format::read_line(line_at(compacted.text, {line.offset, line.size - 1}), entry);
         CHECK(entry.kind == Kind::entry && entry.name == name && compacted.text[line.offset + line.size - 1] == '\n');
     }
 }

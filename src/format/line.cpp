@@ -12,28 +12,35 @@ bool begins_like_comment(std::string_view text) {
 
 }  // namespace
 
-Entry read_line(std::string_view line) {
+void read_line(std::string_view line, Entry& entry) {
+    entry.column = 0;
     if (line.empty()) {
-        return {};
+        entry.kind = Kind::blank;
+        return;
     }
     if (line[0] == dead_mark) {
-        return {Kind::dead, 0, {}, {}};
+        entry.kind = Kind::dead;
+        return;
     }
     if (begins_like_comment(line)) {
-        return {Kind::comment, 0, {}, {}};
+        entry.kind = Kind::comment;
+        return;
     }
     const std::size_t separator = line.find('=');
     if (separator == std::string_view::npos) {
-        return {Kind::no_equals_sign, line.size(), {}, {}};
+        entry.kind = Kind::no_equals_sign;
+        entry.column = line.size();
+        return;
     }
-    const std::string_view name = value::trimmed(line.substr(0, separator));
-    if (name.empty()) {
-        return {Kind::no_name, 0, {}, {}};
+    entry.name = value::trimmed(line.substr(0, separator));
+    if (entry.name.empty()) {
+        entry.kind = Kind::no_name;
+        return;
     }
     const std::string_view text = value::without_leading_blanks(line.substr(separator + 1));
-    const std::size_t column = line.size() - text.size();
-    value::Packed value = value::Packed::read(text);
-    return {value.has_value() ? Kind::entry : Kind::no_value, column, name, std::move(value)};
+    entry.column = line.size() - text.size();
+    entry.value = value::Packed::read(text);
+    entry.kind = entry.value.has_value() ? Kind::entry : Kind::no_value;
 }
 
 void write_line(std::string_view name, const value::Value& value, std::string& out) {

@@ -41,8 +41,9 @@ struct Entry {
     value::Packed value;
 };
 
-/// Reads a line, given without its line feed. REQUIRES: it holds no NUL.
-Entry read_line(std::string_view line);
+/// Reads a line, given without its line feed, into `entry`. Where the line is none, only its kind and column hold.
+/// REQUIRES: it holds no NUL.
+void read_line(std::string_view line, Entry& entry);
 
 /// Appends the line of an entry, line feed included. REQUIRES: is_name(name), and the value is storable.
 void write_line(std::string_view name, const value::Value& value, std::string& out);

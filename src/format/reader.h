@@ -33,9 +33,12 @@ class Reader {
         line.place = {static_cast<std::uint32_t>(offset_), static_cast<std::uint32_t>(next - offset_)};
         ++line.number;
         offset_ = next;
-        const bool is_readable = !has_damage_ || !is_damaged(line.text);
-        static_cast<Entry&>(line) =
-            is_readable ? read_line(line.text) : Entry{Kind::damaged, line.text.find('\0'), {}, {}};
+        if (has_damage_ && is_damaged(line.text)) {
+            line.kind = Kind::damaged;
+            line.column = line.text.find('\0');
+        } else {
+            read_line(line.text, line);
+        }
         return true;
     }
 

@@ -321,6 +321,7 @@ Error SettingsStore::apply(Writing& writing, const Batch& batch) {
     Entries& entries = writing.snapshot->entries;
     // What the change needs in memory is taken here, since nothing may fail once the file has changed.
     Delta delta(*this, *writing.snapshot);
+    delta.entries.reserve(batch.size());
     for (const Change& change : batch) {
         delta.entries.push_back({change.name, !change.value, {}});
         if (change.value) {

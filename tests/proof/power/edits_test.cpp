@@ -22,7 +22,9 @@ std::map<std::string, std::vector<std::string>> entries_of(const std::string& te
     for (std::size_t begin = 0; begin < text.size();) {
         const std::size_t end = std::min(text.find('\n', begin), text.size());
         const std::string line = text.substr(begin, end - begin);
-        if (const auto entry = zelva::format::read_line(line); entry.kind == zelva::format::Kind::entry) {
+        zelva::format::Entry entry;
+        zelva::format::read_line(line, entry);
+        if (entry.kind == zelva::format::Kind::entry) {
             entries[std::string(entry.name)].push_back(line);
         }
         begin = end + 1;

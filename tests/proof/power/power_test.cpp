@@ -117,7 +117,10 @@ bool has_line_of(std::string_view text, const std::string& key) {
     for (std::size_t begin = 0; begin < text.size();) {
         const std::size_t end = std::min(text.find('\n', begin), text.size());
         const std::string_view line = text.substr(begin, end - begin);
-        const auto entry = zelva::format::is_damaged(line) ? zelva::format::Entry() : zelva::format::read_line(line);
+        zelva::format::Entry entry;
+        if (!zelva::format::is_damaged(line)) {
+            zelva::format::read_line(line, entry);
+        }
         if (entry.kind == zelva::format::Kind::entry && (entry.name == key || entry.name == "DEFAULT_" + key)) {
             return true;
         }
