@@ -41,10 +41,11 @@ zelva_core_status set(Slot slot, const char* key, const T& object) {
 zelva_core_status set_json(Slot slot, const char* key, const std::string& text) {
     return api::set_value(slot, key, [&text](value::Value& value) {
         std::optional<Json> json = value::canonical_json(text);
-        if (json) {
-            value = *std::move(json);
+        if (!json) {
+            return false;
         }
-        return json.has_value();
+        value = *std::move(json);
+        return true;
     });
 }
 

@@ -52,10 +52,11 @@ zelva_core_status set(Slot slot, const char* key, In<T> in) {
     return set_value(slot, key, [in](Value& value) {
         std::optional<T> given = from_c<T>(in);
         // no test for 8 branches: this is counted for each of the nine types, and only a JSON text can be refused.
-        if (given) {
-            value = *std::move(given);
+        if (!given) {
+            return false;
         }
-        return given.has_value();
+        value = *std::move(given);
+        return true;
     });
 }
 

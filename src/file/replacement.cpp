@@ -131,10 +131,7 @@ Error Replacement::set_attributes() {
                                                                                    : Error();
 }
 
-Error Replacement::replace(const struct stat* old, std::string_view text, bool is_to_be_written, Stamp& stamp) {
-    if (open_error_) {
-        return open_error_;
-    }
+Error Replacement::fill(const struct stat* old, std::string_view text) {
     if (old != nullptr && system::fchown(file_.number(), old->st_uid, old->st_gid) != 0) {
         return last_error("fchown");
     }
@@ -148,8 +145,25 @@ Error Replacement::replace(const struct stat* old, std::string_view text, bool i
     if (const Error error = write_at(file_, 0, text, written)) {
         return error;
     }
-    if (system::fsync(file_.number()) != 0) {
-        return last_error("fsync");
+    return system::fsync(file_.number()) == 0 ? Error() : last_error("fsync");
+}
+
+/// Puts the old file back, where that can be done: else the next change finds another file in place.
+void Replacement::put_back(bool is_exchanged, const struct stat* old, Stamp& stamp) const {
+    if (is_exchanged) {
+        rename(RENAME_EXCHANGE);
+        struct stat restored {};
+        if (system::stat(path_.c_str(), &restored) == 0) {
+            stamp.changed = restored.st_ctim;  // its name has changed twice
+        }
+    } else if (old == nullptr) {
+        system::unlink(path_.c_str());
+    }
+}
+
+Error Replacement::replace(const struct stat* old, std::string_view text, bool is_to_be_written, Stamp& stamp) {
+    if (const Error error = open_error_ ? open_error_ : fill(old, text)) {
+        return error;
     }
     // The two files change places, so that they can change back; but for file systems that cannot do that.
     bool is_exchanged = old != nullptr;
@@ -161,17 +175,8 @@ Error Replacement::replace(const struct stat* old, std::string_view text, bool i
     }
     if (const Error error = is_to_be_written ? sync_folder(folder_) : Error()) {
         has_failed_to_flush_ = true;
-        // Where even that cannot be undone, the next change finds another file in place.
-        if (is_exchanged) {
-            rename(RENAME_EXCHANGE);
-            struct stat restored {};
-            if (system::stat(path_.c_str(), &restored) == 0) {
-                stamp.changed = restored.st_ctim;  // its name has changed twice
-            }
-        } else if (old == nullptr) {
-            system::unlink(path_.c_str());
-        }
-        return error;
+        put_back(is_exchanged, old, stamp);
+        return error.of(Subject::folder);
     }
     // Not before: its new name changes the file's times, too.
     struct stat attributes {};

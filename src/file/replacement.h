@@ -52,6 +52,8 @@ class Replacement {
   private:
     int rename(unsigned flags) const;
     Error set_attributes();
+    Error fill(const struct stat* old, std::string_view text);
+    void put_back(bool is_exchanged, const struct stat* old, Stamp& stamp) const;
 
     const std::string& path_;
     const std::string folder_;
