@@ -573,6 +573,25 @@ BOOST_AUTO_TEST_CASE(an_old_default_that_was_withdrawn_for_nothing_is_not_withdr
     BOOST_CHECK_EQUAL(Value(3), value_of("k"));
 }
 
+// A line that is no longer there would keep the two new lines from a place of their own each.
+BOOST_AUTO_TEST_CASE(a_default_that_was_marked_dead_for_nothing_is_not_in_the_way_of_longer_lines) {
+    const std::string value(400, 'v');
+    const std::string dead = "=" + std::string(500, 'd') + "\n";
+    const OpenStore store(filled_page(dead + dead + dead + dead + "DEFAULT_k = I5\n"));
+    bool is_refusing = true;
+    {
+        const Interference interference([&is_refusing](const Call& call) {
+            const bool is_patch = call.name == "pwrite"s && call.size > 1 && !is_growing(call);
+            return Fate{is_growing(call) ? ENOSPC : is_patch && std::exchange(is_refusing, false) ? EIO : 0};
+        });
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 2));
+        BOOST_CHECK(!is_refusing);
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", value));
+    }
+    OpenStore::restart();
+    BOOST_CHECK(state_of_store() == (State{{"k", {value, value}}}));
+}
+
 // The file that a get has read is not that of the store that is open by then.
 BOOST_AUTO_TEST_CASE(a_store_may_be_closed_or_another_one_opened_while_a_get_reads) {
     const TimeLimit limit;
