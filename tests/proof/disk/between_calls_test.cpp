@@ -592,6 +592,22 @@ BOOST_AUTO_TEST_CASE(a_default_that_was_marked_dead_for_nothing_is_not_in_the_wa
     BOOST_CHECK(state_of_store() == (State{{"k", {value, value}}}));
 }
 
+BOOST_AUTO_TEST_CASE(a_close_leaves_out_the_default_of_a_key_whose_value_could_not_be_written) {
+    const OpenStore store("other = I1\n");
+    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("other", 2));
+    {
+        const Interference interference([lines = 0](const Call& call) mutable {
+            const bool is_line = call.name == "pwrite"s && call.size > 300 && !is_growing(call);
+            return Fate{is_line && ++lines == 2 ? EIO : 0};
+        });
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", std::string(300, 'x')));
+    }
+    BOOST_CHECK_NE(std::string::npos, read_file(store_path()).find("\nDEFAULT_k = S"));
+    zelva_core_settings_deinit();
+    BOOST_CHECK_EQUAL("other = I2\n", read_file(store_path()));
+    zelva_core_settings_init("test");
+}
+
 // The file that a get has read is not that of the store that is open by then.
 BOOST_AUTO_TEST_CASE(a_store_may_be_closed_or_another_one_opened_while_a_get_reads) {
     const TimeLimit limit;
