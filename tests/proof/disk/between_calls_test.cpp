@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <climits>
@@ -850,6 +851,39 @@ BOOST_AUTO_TEST_CASE(a_forked_child_has_the_store_open_once_it_writes) {
         close(descriptor);
     }
     BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+}
+
+BOOST_AUTO_TEST_CASE(a_fork_waits_for_a_thread_that_opens_the_configuration) {
+    const TimeLimit limit;
+    write_file(configuration_path(), "k = I7\n");
+    std::atomic<bool> is_reading{false};
+    {
+        const Interference interference("pread", [&is_reading] {
+            is_reading = true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        });
+        std::thread opener([] { zelva_core_configuration_init("test"); });
+        while (!is_reading) {
+            std::this_thread::yield();
+        }
+        const pid_t child = fork();
+        if (child == 0) {
+            alarm(time_limit());
+            before_call = nullptr;
+            const auto is_readable = [] {
+                int number = 0;
+                return zelva_core_configuration_get_int_value("k", &number) == ZELVA_CORE_STATUS_NO_ERROR &&
+                       number == 7;
+            };
+            const bool is_right = is_readable() && zelva_core_configuration_deinit() == ZELVA_CORE_STATUS_NO_ERROR &&
+                                  zelva_core_configuration_init("test") == ZELVA_CORE_STATUS_NO_ERROR && is_readable();
+            _exit(is_right ? 0 : 1);
+        }
+        opener.join();
+        BOOST_CHECK_EQUAL(0, result_of(child));
+    }
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_configuration_deinit());
+    fs::remove(configuration_path());
 }
 
 // What it relies on after many changes, of short lines and long ones and on a disk that is full at times.
