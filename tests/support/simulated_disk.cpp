@@ -288,7 +288,7 @@ const Disk::Number* find(const Path& path) {
 int describe(Disk::Number number, struct stat* attributes) {
     const Disk::File& file = disk.files.at(number);
     *attributes = {};
-    attributes->st_dev = 1;
+    attributes->st_dev = file.device;
     attributes->st_ino = number;
     attributes->st_nlink = disk.count_names(number);
     attributes->st_mode = S_IFREG | file.mode;

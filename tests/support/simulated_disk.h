@@ -46,6 +46,7 @@ class Disk {
         std::uint64_t modified = 0;
         std::uint64_t changed = 0;  // the file, or what is known about it
         unsigned mode = 0600;
+        std::uint64_t device = 1;
     };
     using Names = std::map<std::string, Number>;
 

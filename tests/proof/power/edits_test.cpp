@@ -231,6 +231,7 @@ BOOST_AUTO_TEST_CASE(a_write_finds_an_edit_by_any_one_sign_of_it) {
              disk.files.at(other) = disk.files.at(file);
              names_in_folder_of_store()["test"] = other;
          }},
+        {"a file of the same number on another device", [](Disk::Number file) { ++disk.files.at(file).device; }},
         {"the counter of another program",
          [](Disk::Number) {
              std::uint64_t counter = 0;
