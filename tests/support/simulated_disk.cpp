@@ -66,7 +66,7 @@ Disk::Number Disk::create() {
     static Number last = 0;
     File file;
     file.sizes = {0};
-    file.modified = time_of_change();
+    file.modified = file.changed = time_of_change();
     files.emplace(++last, std::move(file));
     return last;
 }
@@ -79,6 +79,16 @@ Disk::Names& Disk::names_to_change(const std::string& folder) {
     std::vector<Names>& versions = folders.at(folder);
     versions.push_back(versions.back());
     return versions.back();
+}
+
+std::size_t Disk::count_names(Number file) const {
+    std::size_t count = 0;
+    for (const auto& [path, versions] : folders) {
+        const Names& names = versions.back();
+        count += static_cast<std::size_t>(
+            std::count_if(names.begin(), names.end(), [file](const auto& entry) { return entry.second == file; }));
+    }
+    return count;
 }
 
 void Disk::flush_folder(const std::string& folder) {
@@ -109,7 +119,7 @@ void Disk::write(Number number, std::size_t offset, const std::string& bytes) {
     for (std::size_t sector = first; sector < end; ++sector) {
         note_sector(file, sector);
     }
-    file.modified = time_of_change();
+    file.modified = file.changed = time_of_change();
 }
 
 void Disk::resize(Number number, std::size_t size) {
@@ -124,7 +134,7 @@ void Disk::resize(Number number, std::size_t size) {
         note_sector(file, sector);
     }
     file.sizes.push_back(size);
-    file.modified = time_of_change();
+    file.modified = file.changed = time_of_change();
 }
 
 void Disk::flush(Number number) {
@@ -278,13 +288,13 @@ const Disk::Number* find(const Path& path) {
 int describe(Disk::Number number, struct stat* attributes) {
     const Disk::File& file = disk.files.at(number);
     *attributes = {};
-    attributes->st_dev = 1;
+    attributes->st_dev = file.device;
     attributes->st_ino = number;
-    attributes->st_nlink = 1;
+    attributes->st_nlink = disk.count_names(number);
     attributes->st_mode = S_IFREG | file.mode;
     attributes->st_size = static_cast<off_t>(file.text.size());
     attributes->st_mtim.tv_nsec = static_cast<long>(file.modified);
-    attributes->st_ctim = attributes->st_mtim;
+    attributes->st_ctim.tv_nsec = static_cast<long>(file.changed);
     return 0;
 }
 

@@ -44,9 +44,14 @@ class Disk {
         std::vector<std::size_t> sizes;                           // since the last flush; at least one
         std::map<std::size_t, std::vector<std::string>> sectors;  // what they have held since, if they have changed
         std::uint64_t modified = 0;
+        std::uint64_t changed = 0;  // the file, or what is known about it
         unsigned mode = 0600;
+        std::uint64_t device = 1;
     };
     using Names = std::map<std::string, Number>;
+
+    /// How many names lead to a file.
+    std::size_t count_names(Number file) const;
 
     void write(Number file, std::size_t offset, const std::string& bytes);
     void resize(Number file, std::size_t size);

@@ -342,6 +342,30 @@ BOOST_AUTO_TEST_CASE(who_may_take_the_lock_and_not_write_the_file_may_announce_t
     }
 }
 
+// Even a set that would write and flush nothing takes the lock.
+BOOST_AUTO_TEST_CASE(who_may_write_the_file_and_not_take_the_lock_is_refused_every_write) {
+    const OpenStore store("k = I1\n");
+    const std::string shared_folder = Folder::path() + "/.zelva";
+    BOOST_REQUIRE_EQUAL(0, chmod(store_path().c_str(), 0666));
+    BOOST_REQUIRE_EQUAL(0, chmod(shared_state_path().c_str(), 0444));
+    for (const std::string& path : {Folder::path(), shared_folder}) {
+        BOOST_REQUIRE_EQUAL(0, chmod(path.c_str(), 0555));
+    }
+    BOOST_CHECK(as_nobody([] {
+        OpenStore::restart();
+        return value_of("k") == Value(1) && set("k", 1) == ZELVA_CORE_STATUS_IO_FAILED &&
+               set("k", 2) == ZELVA_CORE_STATUS_IO_FAILED &&
+               zelva_core_settings_sync() == ZELVA_CORE_STATUS_IO_FAILED &&
+               zelva_core_settings_set_durability(ZELVA_CORE_DURABILITY_RELAXED) == ZELVA_CORE_STATUS_NO_ERROR &&
+               set("k", 1) == ZELVA_CORE_STATUS_IO_FAILED;
+    }));
+    BOOST_CHECK_EQUAL("k = I1\n", read_file(store_path()));
+    for (const std::string& path : {Folder::path(), shared_folder}) {
+        BOOST_REQUIRE_EQUAL(0, chmod(path.c_str(), 0700));
+    }
+    fs::remove(shared_state_path());
+}
+
 // As a program leaves it that has been killed when it had just made the file.
 BOOST_AUTO_TEST_CASE(who_may_only_read_a_store_reads_it_without_a_counter) {
     const OpenStore store("k = I1\n");

@@ -198,6 +198,8 @@ BOOST_AUTO_TEST_CASE(what_is_not_unicode_is_refused) {
                              "\"\xF0\x8F\xBF\xBF\"",
                              "\"\xF4\x90\x80\x80\"",
                              "\"\xF5\x80\x80\x80\"",
+                             "\"\xF8\x90\x80\x80\"",
+                             "\"\xFC\x80\x80\x80\"",
                              "\"\xF0\x9F\x98\"",
                              "\"\xFE\"",
                              "\"\xFF\"",

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <climits>
@@ -573,6 +574,41 @@ BOOST_AUTO_TEST_CASE(an_old_default_that_was_withdrawn_for_nothing_is_not_withdr
     BOOST_CHECK_EQUAL(Value(3), value_of("k"));
 }
 
+// A line that is no longer there would keep the two new lines from a place of their own each.
+BOOST_AUTO_TEST_CASE(a_default_that_was_marked_dead_for_nothing_is_not_in_the_way_of_longer_lines) {
+    const std::string value(400, 'v');
+    const std::string dead = "=" + std::string(500, 'd') + "\n";
+    const OpenStore store(filled_page(dead + dead + dead + dead + "DEFAULT_k = I5\n"));
+    bool is_refusing = true;
+    {
+        const Interference interference([&is_refusing](const Call& call) {
+            const bool is_patch = call.name == "pwrite"s && call.size > 1 && !is_growing(call);
+            return Fate{is_growing(call) ? ENOSPC : is_patch && std::exchange(is_refusing, false) ? EIO : 0};
+        });
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 2));
+        BOOST_CHECK(!is_refusing);
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", value));
+    }
+    OpenStore::restart();
+    BOOST_CHECK(state_of_store() == (State{{"k", {value, value}}}));
+}
+
+BOOST_AUTO_TEST_CASE(a_close_leaves_out_the_default_of_a_key_whose_value_could_not_be_written) {
+    const OpenStore store("other = I1\n");
+    BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("other", 2));
+    {
+        const Interference interference([lines = 0](const Call& call) mutable {
+            const bool is_line = call.name == "pwrite"s && call.size > 300 && !is_growing(call);
+            return Fate{is_line && ++lines == 2 ? EIO : 0};
+        });
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", std::string(300, 'x')));
+    }
+    BOOST_CHECK_NE(std::string::npos, read_file(store_path()).find("\nDEFAULT_k = S"));
+    zelva_core_settings_deinit();
+    BOOST_CHECK_EQUAL("other = I2\n", read_file(store_path()));
+    zelva_core_settings_init("test");
+}
+
 // The file that a get has read is not that of the store that is open by then.
 BOOST_AUTO_TEST_CASE(a_store_may_be_closed_or_another_one_opened_while_a_get_reads) {
     const TimeLimit limit;
@@ -815,6 +851,39 @@ BOOST_AUTO_TEST_CASE(a_forked_child_has_the_store_open_once_it_writes) {
         close(descriptor);
     }
     BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+}
+
+BOOST_AUTO_TEST_CASE(a_fork_waits_for_a_thread_that_opens_the_configuration) {
+    const TimeLimit limit;
+    write_file(configuration_path(), "k = I7\n");
+    std::atomic<bool> is_reading{false};
+    {
+        const Interference interference("pread", [&is_reading] {
+            is_reading = true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        });
+        std::thread opener([] { zelva_core_configuration_init("test"); });
+        while (!is_reading) {
+            std::this_thread::yield();
+        }
+        const pid_t child = fork();
+        if (child == 0) {
+            alarm(time_limit());
+            before_call = nullptr;
+            const auto is_readable = [] {
+                int number = 0;
+                return zelva_core_configuration_get_int_value("k", &number) == ZELVA_CORE_STATUS_NO_ERROR &&
+                       number == 7;
+            };
+            const bool is_right = is_readable() && zelva_core_configuration_deinit() == ZELVA_CORE_STATUS_NO_ERROR &&
+                                  zelva_core_configuration_init("test") == ZELVA_CORE_STATUS_NO_ERROR && is_readable();
+            _exit(is_right ? 0 : 1);
+        }
+        opener.join();
+        BOOST_CHECK_EQUAL(0, result_of(child));
+    }
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_configuration_deinit());
+    fs::remove(configuration_path());
 }
 
 // What it relies on after many changes, of short lines and long ones and on a disk that is full at times.

@@ -708,6 +708,28 @@ BOOST_AUTO_TEST_CASE(an_attribute_that_a_new_file_has_already_is_not_set,
     BOOST_CHECK_EQUAL(1, replacements);
 }
 
+BOOST_AUTO_TEST_CASE(an_attribute_that_a_new_file_has_with_another_value_is_set,
+                     *boost::unit_test::precondition(has_attributes)) {
+    const OpenStore store(wasteful_file());
+    BOOST_REQUIRE_EQUAL(0, setxattr(store_path().c_str(), "user.note", "mine", 4, 0));
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_reload());
+    int replacements = 0;
+    before_call = [&](const Call& call) {
+        if (call.name == "fchmod"s) {
+            const std::string created = Folder::path() + "/.zelva-test";
+            BOOST_CHECK_EQUAL(0, setxattr(created.c_str(), "user.note", "else", 4, 0));
+        }
+        replacements += call.name == "renameat2"s ? 1 : 0;
+        return Fate{};
+    };
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 2));
+    before_call = nullptr;
+    BOOST_CHECK_EQUAL(1, replacements);
+    std::string note(4, '\0');
+    BOOST_CHECK_EQUAL(4, getxattr(store_path().c_str(), "user.note", note.data(), note.size()));
+    BOOST_CHECK_EQUAL("mine", note);
+}
+
 // A program that may not read the counter can only see whether the file stays as it is.
 BOOST_AUTO_TEST_CASE(a_file_without_a_counter_is_read_until_it_stays_as_it_is) {
     write_file(store_path(), "k = I1");

@@ -2,6 +2,8 @@
 // program's last write on a file system that counts seconds. The next write may miss such an edit, but takes nothing
 // from any key but its own.
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <map>
 #include <string>
 #include <vector>
@@ -141,6 +143,27 @@ void check_nothing_is_lost(const std::string& edited, const std::string& key, co
     }
 }
 
+/// The store "test" on a simulated disk whose time stands still, with its file open for writing.
+struct StillStore {
+    explicit StillStore(const std::string& text) {
+        disk = Disk(text);
+        BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_init("test"));
+        BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("mine", 1));
+        disk.does_time_stand_still = true;
+        BOOST_REQUIRE_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("mine", 2));
+    }
+    ~StillStore() {
+        zelva_core_settings_deinit();
+        disk = Disk();
+    }
+    StillStore(const StillStore&) = delete;
+    StillStore& operator=(const StillStore&) = delete;
+};
+
+Disk::Names& names_in_folder_of_store() {
+    return disk.names_to_change(Folder::path());
+}
+
 }  // namespace
 
 BOOST_AUTO_TEST_SUITE(edits_that_no_time_tells_of)
@@ -195,6 +218,51 @@ BOOST_AUTO_TEST_CASE(a_write_takes_nothing_from_another_key) {
             }
         }
     }
+}
+
+// Each of them alone tells of an edit.
+BOOST_AUTO_TEST_CASE(a_write_finds_an_edit_by_any_one_sign_of_it) {
+    using Sign = void (*)(Disk::Number file);
+    const std::map<std::string, Sign> signs{
+        {"its size", [](Disk::Number file) { disk.write(file, disk.files.at(file).text.size(), "\n"); }},
+        {"the time of its content", [](Disk::Number file) { ++disk.files.at(file).modified; }},
+        {"the time of its status", [](Disk::Number file) { ++disk.files.at(file).changed; }},
+        {"another file in its place",
+         [](Disk::Number file) {
+             const Disk::Number other = disk.create();
+             disk.files.at(other) = disk.files.at(file);
+             names_in_folder_of_store()["test"] = other;
+         }},
+        {"a file of the same number on another device", [](Disk::Number file) { ++disk.files.at(file).device; }},
+        {"the counter of another program",
+         [](Disk::Number) {
+             std::uint64_t counter = 0;
+             std::memcpy(&counter, disk.shared.data(), sizeof counter);
+             counter += 2;
+             std::memcpy(disk.shared.data(), &counter, sizeof counter);
+         }},
+    };
+    for (const auto& [name, show] : signs) {
+        BOOST_TEST_CONTEXT(name) {
+            const StillStore store("k = I1\n");
+            const Disk::Number file = disk.names_in(Folder::path()).at("test");
+            disk.write(file, 0, "k = I5\n");
+            show(file);
+            BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_copy_int_key("k", "copy"));
+            BOOST_CHECK_EQUAL(Value(5), value_of("copy"));
+        }
+    }
+}
+
+BOOST_AUTO_TEST_CASE(a_write_finds_a_second_name_of_the_file_and_that_it_is_gone) {
+    const StillStore store("k = I1\n");
+    const std::string text = disk.text();
+    names_in_folder_of_store()["other"] = disk.names_in(Folder::path()).at("test");
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("k", 2));
+    BOOST_CHECK_EQUAL(text, disk.text());
+    names_in_folder_of_store().erase("other");
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, set("k", 3));
+    BOOST_CHECK_EQUAL(Value(3), value_of("k"));
 }
 
 BOOST_AUTO_TEST_SUITE_END()
