@@ -67,6 +67,14 @@ BOOST_AUTO_TEST_CASE(a_store_without_a_file_does_not_open) {
     BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NOT_INITIALIZED, zelva_core_configuration_deinit());
 }
 
+BOOST_AUTO_TEST_CASE(a_store_that_is_opened_makes_nothing_in_its_folder) {
+    const std::filesystem::path shared = std::filesystem::path(configuration_path()).parent_path() / ".zelva";
+    std::filesystem::remove_all(shared);
+    const OpenConfiguration store("k = I1\n");
+    BOOST_CHECK(zelva_core_configuration_does_key_exist("k"));
+    BOOST_CHECK(!std::filesystem::exists(shared));
+}
+
 BOOST_AUTO_TEST_CASE(a_second_init_leaves_the_open_store_as_it_is) {
     const OpenConfiguration store("k = I1\n");
     write_file(configuration_path("other"), "k = I2\n");

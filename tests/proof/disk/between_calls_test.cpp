@@ -453,6 +453,24 @@ BOOST_AUTO_TEST_CASE(a_failed_first_write_of_a_key_that_has_only_a_default_leave
     }
 }
 
+BOOST_AUTO_TEST_CASE(a_failed_first_write_of_the_version_s_key_leaves_no_default_to_the_first_version) {
+    const OpenStore store("k = I1\n");
+    const std::string half_sector(300, 'x');
+    const std::size_t size_of_line = ("Version = S" + half_sector + "\n").size();
+    {
+        const Interference interference([size_of_line, is_done = false](const Call& call) mutable {
+            const bool is_failing = call.name == "pwrite"s && call.size == size_of_line && !is_done;
+            is_done = is_done || is_failing;
+            return Fate{is_failing ? EIO : 0};
+        });
+        BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_IO_FAILED, set("Version", half_sector));
+    }
+    unsigned version = 0;
+    BOOST_CHECK_EQUAL(ZELVA_CORE_STATUS_NO_ERROR, zelva_core_settings_get_and_set_version(&version, 3));
+    BOOST_CHECK_EQUAL(Value(3), value_of("Version"));
+    BOOST_CHECK_EQUAL(0U, lines_of_file().count("DEFAULT_Version"));
+}
+
 // On a full disk, the room of withdrawn lines at the end of the file is taken first.
 BOOST_AUTO_TEST_CASE(a_set_is_refused_where_withdrawn_lines_cannot_be_cut_off_a_full_disk) {
     std::string text = "k = I1\n#" + std::string(3000, '.') + "\n";
