@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <system_error>
@@ -201,12 +202,18 @@ Loaded StoreFile::load(Access access) const {
     loaded.revision = {even(counter), file.stamp()};
     loaded.contents = std::make_shared<FileText>();
     loaded.contents->text = std::move(file.text);
+    std::vector<format::Superseded> comments;
+    format::redo(loaded.contents->text, loaded.fixes, comments);
     loaded.layout = format::read_layout(loaded.contents->text, loaded.contents->entries);
+    for (const format::Superseded& comment : comments) {
+        loaded.layout.supersede(comment);
+    }
     return loaded;
 }
 
 void StoreFile::adopt(Loaded& loaded) {
     std::swap(layout_, loaded.layout);
+    std::swap(fixes_, loaded.fixes);
     revision_ = loaded.revision;
     has_been_seen_ = !(revision_.stamp == Stamp{});
 }
@@ -281,7 +288,9 @@ void StoreFile::adopt_change() {
 
 bool StoreFile::must_rebuild(const format::Batch& batch) const {
     // What is written behind a last line without a line feed might spoil it.
-    const bool is_spoiling = layout_.is_unterminated && batch.back().value;
+    const bool is_spoiling = layout_.is_unterminated && std::any_of(batch.begin(), batch.end(), [](const auto& change) {
+                                 return change.value.has_value();
+                             });
     return needs_rebuild_ || next_.stamp == Stamp{} || is_spoiling;
 }
 
@@ -380,7 +389,14 @@ Error StoreFile::write(const Descriptor& file, zelva_core_durability durability,
     // Where memory runs out half way, or a change cannot be undone, only the file tells what it means.
     next_.stamp = unknown_stamp;
     Writer writer(file, layout_, durability);
-    const Error error = std::forward<Work>(work)(writer);
+    // Who may only read the file leaves that to others.
+    Error error = &file == &file_ ? writer.redo(fixes_) : Error();
+    if (!error) {
+        if (&file == &file_) {
+            fixes_.clear();
+        }
+        error = std::forward<Work>(work)(writer);
+    }
     needs_rebuild_ |= writer.has_failed_to_flush();
     struct stat attributes {};
     if (!writer.must_be_read() && system::fstat(file.number(), &attributes) == 0) {
@@ -457,6 +473,12 @@ Error StoreFile::rebuild(const format::Batch& batch, Purpose purpose, Applied& a
     if (const Error error = old.exists ? read_attributes(old.file, attributes) : Error()) {
         return error;
     }
+    std::vector<format::Fix> fixes;
+    std::vector<format::Superseded> comments;
+    format::redo(old.text, fixes, comments);
+    for (const format::Superseded& comment : comments) {
+        old.text[comment.offset] = format::dead_mark;
+    }
     // Among these may be the default of a key that could not be written, which no later line supersedes.
     for (const format::Superseded& line : layout_.superseded) {
         mark_dead_in(old.text, line);
@@ -502,6 +524,7 @@ Error StoreFile::replace(Replacement& replacement, const struct stat* old, Purpo
     has_changed_ = true;
     needs_rebuild_ = false;
     next_compaction_ = 0;
+    fixes_.clear();
     layout_ = std::move(compacted.layout);
     layout_.is_flushed = is_to_be_written;
     layout_.is_truncation_durable = true;

@@ -22,6 +22,7 @@
 #include "format/compaction.h"
 #include "format/entries.h"
 #include "format/layout.h"
+#include "format/record.h"
 
 namespace zelva::file {
 
@@ -59,6 +60,7 @@ struct Loaded {
     // For the object that has read it.
     Revision revision;
     format::Layout layout;
+    std::vector<format::Fix> fixes;
 };
 
 /// What a change of the file has come to.
@@ -212,6 +214,7 @@ class StoreFile {
     std::atomic<bool> has_been_seen_{false};  // the file, as of that revision
     Revision next_;                           // within a change: after it
     format::Layout layout_;
+    std::vector<format::Fix> fixes_;  // what a batch has left to be done in the file, before the next write
 
     Descriptor file_;                      // open for writing
     Stamp opened_;                         // tells which file that is

@@ -54,6 +54,12 @@ struct Writer::Insertion {
         return std::none_of(begin, end, [](const Change& change) { return change.place.has_value(); });
     }
 
+    bool is_of_one_key() const {
+        return std::all_of(begin, end, [this](const Change& change) {
+            return format::parse_name(change.name).key == format::parse_name(begin->name).key;
+        });
+    }
+
     bool is_last(const Change& change) const { return &change + 1 == end; }
 
     const Change* begin;
@@ -72,6 +78,7 @@ Error Writer::apply(const format::Batch& batch, std::vector<Place>& places) {
     places.assign(batch.size(), {});
     const Change* const begin = batch.data();
     const Change* const end = begin + batch.size();
+    const bool removes = std::any_of(begin, end, [](const Change& change) { return !change.value; });
     const Change* const values =
         std::find_if(begin, end, [](const Change& change) { return change.value.has_value(); });
     Insertion insertion(values, end, places.data() + (values - begin));
@@ -82,7 +89,10 @@ Error Writer::apply(const format::Batch& batch, std::vector<Place>& places) {
     if (size > INT_MAX) {
         return error_of("pwrite", EFBIG);
     }
-    make_room(layout_.superseded, batch.size());
+    make_room(layout_.superseded, 2 * batch.size() + 1);
+    if (!format::is_of_one_key(batch) && (removes || insertion.pieces.size() > 1)) {
+        return append_record(batch, places);
+    }
     const Error error = begin != values ? remove(begin, values, values != end) : Error();
     return !error && values != end ? insert(insertion) : error;
 }
@@ -131,6 +141,89 @@ Error Writer::settle(std::size_t end, bool are_values_to_follow) {
     return error;
 }
 
+Error Writer::append_record(const format::Batch& batch, std::vector<Place>& places) {
+    std::vector<Superseded> removed;
+    std::size_t removed_end = 0;
+    for (const Change& change : batch) {
+        if (!change.value && change.place) {
+            removed.push_back({*change.place, format::hash_of_name(change.name)});
+            removed_end = std::max<std::size_t>(removed_end, change.place->offset + 1);
+        }
+    }
+    Error error = settle(removed_end, !removed.empty());
+    for (auto line = removed.begin(); line != removed.end() && !error; ++line) {
+        error = check_line(*line);
+    }
+    if (!error && layout_.is_damaged) {
+        error = trim();
+        layout_.is_damaged = static_cast<bool>(error);
+    }
+    error = error ? error : align();
+    if (error) {
+        return error;
+    }
+    const format::Record record = format::record_of(batch, layout_.size);
+    error = write_record(record);
+    if (error) {
+        return error;
+    }
+    // The batch counts. What cannot be done now is done before the next write.
+    must_be_read_ |= static_cast<bool>(carry_out(record, removed));
+    layout_.superseded.push_back({record.comment, format::hash_of_name(format::comment_name)});
+    for (std::size_t i = 0; i < batch.size(); ++i) {
+        layout_.live += record.places[i].size;
+        if (batch[i].value && batch[i].place) {
+            layout_.supersede({*batch[i].place, format::hash_of_name(batch[i].name)});
+        }
+    }
+    for (const Superseded& line : removed) {
+        layout_.live -= line.size;
+        layout_.dead += line.size;
+    }
+    layout_.checkpoint_end = std::min<std::size_t>(layout_.checkpoint_end, record.comment.offset);
+    places = record.places;
+    return {};
+}
+
+/// Writes a record behind the end of the file, and flushes it: then the batch counts.
+Error Writer::write_record(const format::Record& record) {
+    const std::size_t offset = layout_.size;
+    std::string text = record.text;
+    text.resize(rounded_up(text.size(), page_size), '\n');
+    layout_.size = offset + text.size();
+    layout_.is_flushed = false;
+    Error error = write(offset, text);
+    if (!error) {
+        error = flush();
+    }
+    if (error) {
+        must_be_read_ |= static_cast<bool>(truncate(offset));
+        return error;
+    }
+    layout_.dead += offset + record.comment.size - layout_.text_end;
+    layout_.text_end = offset + record.text.size();
+    return {};
+}
+
+/// Puts the first bytes of a record's lines in place, and marks dead what it removes.
+Error Writer::carry_out(const format::Record& record, const std::vector<Superseded>& removed) {
+    layout_.is_flushed = false;
+    Error error = write(record.comment.offset, record.live);
+    for (auto line = removed.begin(); line != removed.end() && !error; ++line) {
+        error = write(line->offset, dead);
+    }
+    return error;
+}
+
+Error Writer::redo(const std::vector<format::Fix>& fixes) {
+    Error error;
+    for (auto fix = fixes.begin(); fix != fixes.end() && !error; ++fix) {
+        layout_.is_flushed = false;
+        error = write(fix->offset, std::string_view(&fix->byte, 1));
+    }
+    return error;
+}
+
 Error Writer::insert(Insertion& insertion) {
     const std::size_t old_size = layout_.size;
     if (const Error error = place(insertion)) {
@@ -153,7 +246,7 @@ Error Writer::place(Insertion& insertion) {
     for (std::size_t i = 0; i < insertion.pieces.size(); ++i) {
         std::size_t offset = 0;
         Error error = place_piece(insertion, i, offset);
-        if (is_out_of_room(error) && insertion.is_new() && !insertion.lines.empty()) {
+        if (is_out_of_room(error) && insertion.is_of_one_key() && insertion.is_new() && !insertion.lines.empty()) {
             // There may be room for each line by itself.
             insertion.pieces = std::move(insertion.lines);
             insertion.lines.clear();
@@ -161,7 +254,7 @@ Error Writer::place(Insertion& insertion) {
         }
         if (error) {
             for (const Change* written = insertion.begin; written != next; ++written) {
-                supersede(insertion.place(*written), format::hash_of_name(written->name));
+                layout_.supersede({insertion.place(*written), format::hash_of_name(written->name)});
             }
             return error;
         }
@@ -185,7 +278,7 @@ Error Writer::place_piece(const Insertion& insertion, std::size_t piece, std::si
             error = append(text, is_last, offset);
         }
     }
-    if (is_out_of_room(error) && (insertion.pieces.size() == 1 || insertion.is_new())) {
+    if (is_out_of_room(error) && insertion.is_of_one_key() && (insertion.pieces.size() == 1 || insertion.is_new())) {
         error = write_into_dead_space(text, insertion, offset);
     }
     return error;
@@ -203,23 +296,17 @@ Error Writer::retire(const Insertion& insertion) {
             // The new line lies before the old one, which still wins. To mark that dead is the commit point. The others
             // have been marked before.
             if (const Error error = insertion.is_last(*change) ? mark_all_dead({old}, true) : Error()) {
-                supersede(line, old.name);
+                layout_.supersede({line, old.name});
                 return error;
             }
         } else if (!is_durable() || old.offset / page_size != line.offset / page_size || mark_dead(old)) {
-            supersede(old, old.name);
+            layout_.supersede(old);
             continue;
         }
         layout_.live -= old.size;
         layout_.dead += old.size;
     }
     return {};
-}
-
-void Writer::supersede(const Place& line, std::uint32_t name) {
-    layout_.superseded.push_back({line, name});
-    layout_.live -= line.size;
-    layout_.dead += line.size;
 }
 
 Error Writer::append(const std::string& text, bool is_last, std::size_t& offset) {
@@ -270,12 +357,15 @@ Error Writer::append_short(std::string_view text, bool is_last, std::size_t& off
     return {};
 }
 
-Error Writer::append_long(std::string text, bool is_last, std::size_t& offset) {
+/// Has the file end with a page, on the disk too, so that what comes next is written behind its end.
+Error Writer::align() {
     const bool is_aligned = layout_.size % page_size == 0;
-    Error error = is_aligned ? Error() : extend(layout_.size + 1);
-    if (!error && (!is_aligned || !layout_.is_truncation_durable)) {
-        error = flush();
-    }
+    const Error error = is_aligned ? Error() : extend(layout_.size + 1);
+    return !error && (!is_aligned || !layout_.is_truncation_durable) ? flush() : error;
+}
+
+Error Writer::append_long(std::string text, bool is_last, std::size_t& offset) {
+    Error error = align();
     if (error) {
         return error;
     }

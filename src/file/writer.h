@@ -11,6 +11,8 @@
 // | a longer line                          | behind the end of the file, dead at first; live by | 2       |
 // |                                        | its first byte, once the rest is on the disk       |         |
 // | either, on a full disk                 | in the place of dead lines, within one sector      | 2       |
+// | a batch of several keys that does not  | behind the end of the file, as a record            | 1       |
+// | fit into a sector, or removes some     | (format/record.h)                                  |         |
 //
 // - What a power loss leaves of a longer line is NULs behind the end of the file. In the padding it would be blank
 //   lines, and what follows them would be read as a line of its own.
@@ -35,6 +37,7 @@
 #include "file/descriptor.h"
 #include "format/batch.h"
 #include "format/layout.h"
+#include "format/record.h"
 
 namespace zelva::file {
 
@@ -45,10 +48,14 @@ class Writer {
     Writer(const Descriptor& file, format::Layout& layout, zelva_core_durability durability)
         : file_(file), layout_(layout), durability_(durability) {}
 
-    /// Makes the changes; `places`, one for each, gets the places of the new lines. Removals come first, and of several
-    /// changes the other removals mean nothing without the first one, the other values nothing without the last one.
-    /// REQUIRES: the file's last line has its line feed.
+    /// Makes all of the changes or none; `places`, one for each, gets the places of the new lines. Of the changes of
+    /// one key, removals come first, the other removals mean nothing without the first one, and the other values
+    /// nothing without the last one. A batch of several keys is flushed with relaxed durability as well. REQUIRES: the
+    /// file's last line has its line feed.
     Error apply(const format::Batch& batch, std::vector<format::Place>& places);
+
+    /// Does in the file what a batch has left to be done there. The bytes are not flushed.
+    Error redo(const std::vector<format::Fix>& fixes);
 
     Error flush();
 
@@ -74,6 +81,11 @@ class Writer {
     Error remove(const format::Change* begin, const format::Change* end, bool are_values_to_follow);
     Error settle(std::size_t end, bool are_values_to_follow);
 
+    Error append_record(const format::Batch& batch, std::vector<format::Place>& places);
+    Error write_record(const format::Record& record);
+    Error carry_out(const format::Record& record, const std::vector<format::Superseded>& removed);
+    Error align();
+
     Error insert(Insertion& insertion);
     Error place(Insertion& insertion);
     Error place_piece(const Insertion& insertion, std::size_t piece, std::size_t& offset);
@@ -82,7 +94,6 @@ class Writer {
     Error append_long(std::string text, bool is_last, std::size_t& offset);
     Error write_into_dead_space(std::string_view text, const Insertion& insertion, std::size_t& offset);
     Error retire(const Insertion& insertion);
-    void supersede(const format::Place& line, std::uint32_t name);
 
     Error mark_dead(const format::Superseded& line);
     Error mark_all_dead(const std::vector<format::Superseded>& lines, bool is_durable);

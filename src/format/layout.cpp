@@ -36,9 +36,7 @@ Layout read_layout(std::string_view text, Entries& entries) {
             entries.reserve(text.size() / (2 * usual_line));  // with a default each
         }
         if (const auto earlier = entries.add(line.name, std::move(line.value), line.place)) {
-            layout.superseded.push_back({*earlier, hash_of_name(line.name)});
-            layout.live -= earlier->size;
-            layout.dead += earlier->size;
+            layout.supersede({*earlier, hash_of_name(line.name)});
         }
     }
     // Otherwise a program may have left new lines behind the others.

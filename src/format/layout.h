@@ -50,6 +50,13 @@ struct Layout {
     /// that cannot be told.
     std::size_t arranged_end = 0;
 
+    /// Counts a live line as one that is to be marked dead.
+    void supersede(const Superseded& line) {
+        superseded.push_back(line);
+        live -= line.size;
+        dead += line.size;
+    }
+
     /// Whether a file without its dead bytes is worth writing. A set costs its line, as much padding, and its share of
     /// this: with fewer dead bytes that would be more than three lines together (measured: 3.1 times without the half).
     bool is_wasteful() const { return dead > live + live / 2 + page_size; }

@@ -1,6 +1,7 @@
 #include "store/rules.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "value/text.h"
@@ -64,6 +65,21 @@ Decision decide_remove(const Entries& entries, std::string_view key) {
     batch.push_back(change_of(entries, key, Slot::value, std::nullopt));
     batch.push_back(change_of(entries, key, Slot::default_value, std::nullopt));
     return Decision::changed(std::move(batch));
+}
+
+Decision decide_all(const Entries& entries, const std::vector<Wish>& wishes) {
+    Batch batch;
+    bool is_so = true;
+    for (const Wish& wish : wishes) {
+        Decision decision =
+            wish.value ? decide_set(entries, wish.key, Slot::value, *wish.value) : decide_remove(entries, wish.key);
+        if (decision.action == Decision::Action::refuse) {
+            return decision;
+        }
+        is_so = is_so && decision.action == Decision::Action::keep;
+        std::move(decision.batch.begin(), decision.batch.end(), std::back_inserter(batch));
+    }
+    return is_so ? Decision::kept(std::move(batch)) : Decision::changed(std::move(batch));
 }
 
 Decision decide_announce(const Entries& entries, unsigned announced, unsigned& old) {

@@ -4,8 +4,11 @@
 
 #include <zelva/core.h>
 
+#include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "format/batch.h"
 #include "format/entries.h"
@@ -41,6 +44,15 @@ Decision decide_set(const format::Entries& entries, std::string_view key, format
 /// Gives `new_key` the value of `old_key`, which is of the given type.
 Decision decide_copy(const format::Entries& entries, value::Type type, std::string_view old_key,
                      std::string_view new_key);
+
+/// A key that is to get a value, or to be removed.
+struct Wish {
+    std::string key;
+    std::optional<value::Value> value;
+};
+
+/// All of several wishes, of distinct keys, as decide_set and decide_remove; or the first refusal.
+Decision decide_all(const format::Entries& entries, const std::vector<Wish>& wishes);
 
 /// Removes a key and its default. SETTING_NOT_PRESENT for one that is absent.
 Decision decide_remove(const format::Entries& entries, std::string_view key);

@@ -190,6 +190,18 @@ zelva_core_status SettingsStore::remove(std::string_view key) {
     return commit([&](const Entries& entries) { return decide_remove(entries, key); });
 }
 
+zelva_core_status SettingsStore::write_all(const std::vector<Wish>& wishes) {
+    const bool is_valid = std::all_of(wishes.begin(), wishes.end(), [](const Wish& wish) {
+        return wish.value ? is_writable_key(wish.key) && value::is_storable(*wish.value)
+                          : !format::is_default_name(wish.key);
+    });
+    if (!is_valid) {
+        return ZELVA_CORE_STATUS_INVALID_PARAMS;
+    }
+    const Hold writing(writing_);
+    return commit([&](const Entries& entries) { return decide_all(entries, wishes); });
+}
+
 zelva_core_status SettingsStore::sync() {
     const Hold writing(writing_);
     return commit([](const Entries&) { return decide_sync(); });

@@ -139,6 +139,9 @@ class SettingsStore : public Store {
     /// Removes a key and its default.
     zelva_core_status remove(std::string_view key);
 
+    /// Gives several distinct keys values, or removes them: all of them or none.
+    zelva_core_status write_all(const std::vector<Wish>& wishes);
+
     zelva_core_status type(std::string_view key, Type& type);
 
     /// Calls `visit` with each key that begins with `prefix`, under the store's lock.
