@@ -1,9 +1,10 @@
 #include "format/record.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <optional>
+
+#include "value/text.h"
 
 namespace zelva::format {
 
@@ -11,6 +12,8 @@ namespace {
 
 constexpr std::string_view comment_begin = "#batch = ";
 constexpr std::size_t checksum_digits = 16;
+constexpr std::size_t place_digits = 8;  // and those of a digest
+constexpr std::size_t byte_digits = 2;
 
 /// FNV-1a of 64 bits: any of them tells an unfinished record from a whole one.
 /// http://www.isthe.com/chongo/tech/comp/fnv
@@ -46,14 +49,27 @@ void write_hex(std::uint64_t number, std::size_t digits, std::string& out) {
     }
 }
 
-template <class Number>
-bool read_number(std::string_view& text, Number& number, int base) {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
-    if (error != std::errc() || end == text.data()) {
+/// Reads so many digits, which are the beginning of `text`. They are taken off it.
+bool read_hex(std::string_view& text, std::size_t digits, std::uint64_t& number) {
+    number = 0;
+    if (text.size() < digits) {
         return false;
     }
-    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+    for (const char c : text.substr(0, digits)) {
+        const std::size_t digit = std::string_view("0123456789abcdef").find(c);
+        if (digit == std::string_view::npos) {
+            return false;
+        }
+        number = number << 4U | digit;
+    }
+    text.remove_prefix(digits);
     return true;
+}
+
+bool read_blank(std::string_view& text) {
+    const bool is_blank = value::begins_with(text, " ");
+    text.remove_prefix(is_blank ? 1 : 0);
+    return is_blank;
 }
 
 /// What a comment says.
@@ -69,42 +85,46 @@ struct Header {
 
 std::optional<Header> read_header(std::string_view line) {
     Header header;
-    std::size_t lines = 0;
+    std::uint64_t number = 0;
     line.remove_prefix(comment_begin.size());
-    if (!read_number(line, lines, 10) || line.size() < 2 + 2 * lines + checksum_digits || line[0] != ' ') {
+    if (!read_hex(line, checksum_digits, header.checksum) || !read_blank(line)) {
         return std::nullopt;
     }
-    line.remove_prefix(1);
-    for (std::size_t i = 0; i < lines; ++i) {
-        std::string_view digits = line.substr(0, 2);
-        unsigned char byte = 0;
-        if (!read_number(digits, byte, 16) || !digits.empty()) {
+    while (!line.empty() && line[0] != ' ') {
+        if (!read_hex(line, byte_digits, number)) {
             return std::nullopt;
         }
-        header.first_bytes += static_cast<char>(byte);
-        line.remove_prefix(2);
+        header.first_bytes += static_cast<char>(number);
     }
-    std::string_view digits = line.substr(1, checksum_digits);
-    if (line[0] != ' ' || !read_number(digits, header.checksum, 16) || !digits.empty()) {
-        return std::nullopt;
-    }
-    line.remove_prefix(1 + checksum_digits);
     while (!line.empty()) {
         Header::Removed removed;
-        if (line[0] != ' ') {
+        if (!read_blank(line) || !read_hex(line, place_digits, number)) {
             return std::nullopt;
         }
-        line.remove_prefix(1);
-        if (!read_number(line, removed.offset, 10) || line.empty() || line[0] != ':') {
+        removed.offset = number;
+        if (!read_hex(line, place_digits, number)) {
             return std::nullopt;
         }
-        line.remove_prefix(1);
-        if (!read_number(line, removed.name, 16)) {
-            return std::nullopt;
-        }
+        removed.name = static_cast<std::uint32_t>(number);
         header.removed.push_back(removed);
     }
     return header;
+}
+
+std::string text_of(const Header& header) {
+    std::string text(comment_begin);
+    write_hex(header.checksum, checksum_digits, text);
+    text += ' ';
+    for (const char byte : header.first_bytes) {
+        write_hex(static_cast<unsigned char>(byte), byte_digits, text);
+    }
+    for (const Header::Removed& removed : header.removed) {
+        text += ' ';
+        write_hex(removed.offset, place_digits, text);
+        write_hex(removed.name, place_digits, text);
+    }
+    text += '\n';
+    return text;
 }
 
 std::uint64_t checksum_of(const Header& header, std::size_t offset, std::string_view dead_lines) {
@@ -171,21 +191,8 @@ Record record_of(const Batch& batch, std::size_t offset) {
             dead_lines[place.offset] = dead_mark;
         }
     }
-    std::string comment(comment_begin);
-    comment += std::to_string(header.first_bytes.size());
-    comment += ' ';
-    for (const char byte : header.first_bytes) {
-        write_hex(static_cast<unsigned char>(byte), 2, comment);
-    }
-    comment += ' ';
-    write_hex(checksum_of(header, offset, dead_lines), checksum_digits, comment);
-    for (const Header::Removed& removed : header.removed) {
-        comment += ' ';
-        comment += std::to_string(removed.offset);
-        comment += ':';
-        write_hex(removed.name, 8, comment);
-    }
-    comment += '\n';
+    header.checksum = checksum_of(header, offset, dead_lines);
+    const std::string comment = text_of(header);
     record.comment = {static_cast<std::uint32_t>(offset), static_cast<std::uint32_t>(comment.size())};
     for (Place& place : record.places) {
         place.offset += static_cast<std::uint32_t>(offset + comment.size());

@@ -3,12 +3,12 @@
 // It is written behind the end of the file, in one piece: a comment that tells what it changes, and its new lines,
 // dead.
 //
-//     #batch = 2 6b44 1c0f8a7d2e5b9346 120:9d3f00c1 512:0b7712aa
+//     #batch = 1c0f8a7d2e5b9346 6b44 000000789d3f00c1 000002000b7712aa
 //     =ey = I5
 //     =EFAULT_l = Sx
 //
-// The comment holds the number of lines, their first bytes, a checksum, and where the lines are that the batch removes,
-// with digests of their names.
+// The comment holds, in hexadecimal digits, a checksum, the first bytes of the lines, and where the lines are that the
+// batch removes, each with a digest of its name.
 // The batch counts from when all of that is on the disk, which the checksum tells: so it takes one flush. Only then are
 // first bytes put in place and removed lines marked dead, without a flush. Until that is on the disk, whoever reads the
 // file does so in memory, and before the next write in the file. The comment is a superseded line from the beginning:
