@@ -18,6 +18,7 @@
 #include <thread>
 #include <utility>
 
+#include "batches.h"
 #include "calls.h"
 #include "format/layout.h"
 #include "programs.h"
@@ -194,6 +195,18 @@ const std::vector<Scenario>& scenarios() {
             {"delete of a key with several lines", "k = I5\nk = I4\n" + file, delete_k},
             {"copy", file, [] { return zelva_core_settings_copy_string_key("other", "new"); }},
             {"version", file, announce},
+            {"batch", file,
+             [] {
+                 return write_all({{"k", Value(2)}, {"new", Value(3)}});
+             }},
+            {"batch with long values", file,
+             [] {
+                 return write_all({{"k", Value(2)}, {"other", bait(700)}, {"new", bait(300)}});
+             }},
+            {"batch with a delete", file,
+             [] {
+                 return write_all({{"k", std::nullopt}, {"new", Value(3)}});
+             }},
             {"sync", file, [] { return zelva_core_settings_sync(); }},
             {"reload", file, [] { return zelva_core_settings_reload(); }},
             {"close", file, [] { return zelva_core_settings_deinit(); }},

@@ -16,6 +16,7 @@
 #include <random>
 #include <string>
 
+#include "batches.h"
 #include "format/layout.h"
 #include "operations.h"
 #include "support.h"
@@ -75,6 +76,14 @@ std::vector<Operation> script(unsigned seed, State state) {
                 }
                 steps.push_back(copy_operation(ZELVA_CORE_SETTING_TYPE_STRING, key, "copy"));
                 break;
+            case 6: {
+                std::set<std::string> present;
+                for (const auto& [name, entry] : state) {
+                    present.insert(name);
+                }
+                steps.push_back(random_batch(random, present, 12));
+                break;
+            }
             default:
                 steps.push_back(set_operation(key, value));
         }

@@ -7,11 +7,12 @@
 #include <map>
 #include <optional>
 #include <random>
+#include <set>
 #include <sstream>
 #include <string>
 #include <string_view>
 
-#include "api/stores.h"
+#include "batches.h"
 #include "format/line.h"
 #include "format/record.h"
 #include "operations.h"
@@ -24,25 +25,6 @@ using simulated::Disk;
 using simulated::disk;
 
 namespace {
-
-/// Several keys at once.
-Operation batch_operation(std::vector<zelva::store::Wish> wishes) {
-    std::string name = "batch";
-    for (const auto& [key, value] : wishes) {
-        name += (value ? " " : " -") + key;
-    }
-    const auto rule = [wishes](State& state) {
-        State changed = state;
-        for (const auto& [key, value] : wishes) {
-            if (const auto status = value ? model::set(changed, key, *value) : model::remove(changed, key)) {
-                return status;
-            }
-        }
-        state = std::move(changed);
-        return ZELVA_CORE_STATUS_NO_ERROR;
-    };
-    return {name, [wishes] { return zelva::api::settings().write_all(wishes); }, rule};
-}
 
 const std::vector<Operation>& operations() {
     static const std::vector<Operation> all{
@@ -349,6 +331,28 @@ BOOST_AUTO_TEST_CASE(a_loss_of_power_during_two_operations_leaves_what_was_ackno
 
 BOOST_AUTO_TEST_CASE(a_loss_of_power_during_three_operations_leaves_what_was_acknowledged) {
     check_sequences(3, is_campaign() ? 1 : 40, is_campaign() ? 12 : 8);
+    report_totals();
+    BOOST_CHECK_EQUAL(0, totals.failures);
+}
+
+BOOST_AUTO_TEST_CASE(a_loss_of_power_during_a_batch_of_many_keys_leaves_all_or_nothing_of_it) {
+    std::mt19937 random(31);
+    const unsigned rounds = is_campaign() ? 2000 : 80;
+    for (unsigned round = 0; round < rounds; ++round) {
+        std::set<std::string> present;
+        std::string text = filler(2 + random() % 4500);
+        for (unsigned i = 0; i < 20; ++i) {
+            const std::string key = "k" + std::to_string(i);
+            text += (i % 2 == 0 ? "DEFAULT_" + key + " = Sd\n" : "") + key + " = Sv\n" + key + " = Sw\n";
+            present.insert(key);
+        }
+        const Operation first = random_batch(random, present);
+        const std::string deleted = *present.begin();
+        present.erase(deleted);
+        const Operation between = delete_operation(deleted);
+        const Operation second = random_batch(random, present);
+        check({text}, {&first, &between, &second}, is_campaign() ? 24 : 12, random);
+    }
     report_totals();
     BOOST_CHECK_EQUAL(0, totals.failures);
 }
