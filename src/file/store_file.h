@@ -19,10 +19,10 @@
 #include "file/shared_state.h"
 #include "file/stamp.h"
 #include "format/batch.h"
+#include "format/batch_record.h"
 #include "format/compaction.h"
 #include "format/entries.h"
 #include "format/layout.h"
-#include "format/record.h"
 
 namespace zelva::file {
 

@@ -162,7 +162,7 @@ Error Writer::append_record(const format::Batch& batch, std::vector<Place>& plac
     if (error) {
         return error;
     }
-    const format::Record record = format::record_of(batch, layout_.size);
+    const format::BatchRecord record = format::record_of(batch, layout_.size);
     error = write_record(record);
     if (error) {
         return error;
@@ -186,7 +186,7 @@ Error Writer::append_record(const format::Batch& batch, std::vector<Place>& plac
 }
 
 /// Writes a record behind the end of the file, and flushes it: then the batch counts.
-Error Writer::write_record(const format::Record& record) {
+Error Writer::write_record(const format::BatchRecord& record) {
     const std::size_t offset = layout_.size;
     std::string text = record.text;
     text.resize(rounded_up(text.size(), page_size), '\n');
@@ -206,7 +206,7 @@ Error Writer::write_record(const format::Record& record) {
 }
 
 /// Puts the first bytes of a record's lines in place, and marks dead what it removes.
-Error Writer::carry_out(const format::Record& record, const std::vector<Superseded>& removed) {
+Error Writer::carry_out(const format::BatchRecord& record, const std::vector<Superseded>& removed) {
     layout_.is_flushed = false;
     Error error = write(record.comment.offset, record.live);
     for (auto line = removed.begin(); line != removed.end() && !error; ++line) {

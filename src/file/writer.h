@@ -12,7 +12,7 @@
 // |                                        | its first byte, once the rest is on the disk       |         |
 // | either, on a full disk                 | in the place of dead lines, within one sector      | 2       |
 // | a batch of several keys that does not  | behind the end of the file, as a record            | 1       |
-// | fit into a sector, or removes some     | (format/record.h)                                  |         |
+// | fit into a sector, or removes some     | (format/batch_record.h)                                  |         |
 //
 // - What a power loss leaves of a longer line is NULs behind the end of the file. In the padding it would be blank
 //   lines, and what follows them would be read as a line of its own.
@@ -36,8 +36,8 @@
 
 #include "file/descriptor.h"
 #include "format/batch.h"
+#include "format/batch_record.h"
 #include "format/layout.h"
-#include "format/record.h"
 
 namespace zelva::file {
 
@@ -82,8 +82,8 @@ class Writer {
     Error settle(std::size_t end, bool are_values_to_follow);
 
     Error append_record(const format::Batch& batch, std::vector<format::Place>& places);
-    Error write_record(const format::Record& record);
-    Error carry_out(const format::Record& record, const std::vector<format::Superseded>& removed);
+    Error write_record(const format::BatchRecord& record);
+    Error carry_out(const format::BatchRecord& record, const std::vector<format::Superseded>& removed);
     Error align();
 
     Error insert(Insertion& insertion);

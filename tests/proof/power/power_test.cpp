@@ -14,7 +14,7 @@
 
 #include "batches.h"
 #include "format/line.h"
-#include "format/record.h"
+#include "format/batch_record.h"
 #include "operations.h"
 #include "simulated_disk.h"
 #include "support.h"

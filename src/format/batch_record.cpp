@@ -1,4 +1,4 @@
-#include "format/record.h"
+#include "format/batch_record.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -171,9 +171,9 @@ bool is_of_one_key(const Batch& batch) {
     });
 }
 
-Record record_of(const Batch& batch, std::size_t offset) {
+BatchRecord record_of(const Batch& batch, std::size_t offset) {
     Header header;
-    Record record;
+    BatchRecord record;
     std::string lines;
     for (const Change& change : batch) {
         const std::size_t begin = lines.size();

@@ -26,13 +26,13 @@
 namespace zelva::format {
 
 /// A batch as it is written at one place of a file.
-struct Record {
+struct BatchRecord {
     std::string text;           // with dead lines
     std::string live;           // the same with live ones
     Place comment;              // these are places in the file
     std::vector<Place> places;  // one for each change; of those that give a value
 };
-Record record_of(const Batch& batch, std::size_t offset);
+BatchRecord record_of(const Batch& batch, std::size_t offset);
 
 /// What a reader takes for the name of a record's comment.
 inline constexpr std::string_view comment_name = "#batch";
