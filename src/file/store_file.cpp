@@ -100,6 +100,18 @@ bool is_refusal(const Error& error) {
     return error.number == EACCES || error.number == EPERM || error.number == EROFS || error.number == EMLINK;
 }
 
+/// Reads the entries of a file's text, and makes the batches count that it holds.
+void interpret(std::string&& text, Loaded& loaded) {
+    loaded.contents = std::make_shared<FileText>();
+    loaded.contents->text = std::move(text);
+    std::vector<format::Superseded> comments;
+    format::redo(loaded.contents->text, loaded.fixes, comments);
+    loaded.layout = format::read_layout(loaded.contents->text, loaded.contents->entries);
+    for (const format::Superseded& comment : comments) {
+        loaded.layout.supersede(comment);
+    }
+}
+
 std::uint64_t even(std::uint64_t counter) {
     return counter - counter % 2;
 }
@@ -200,14 +212,7 @@ Loaded StoreFile::load(Access access) const {
     }
     loaded.state = file.exists ? Loaded::State::present : Loaded::State::absent;
     loaded.revision = {even(counter), file.stamp()};
-    loaded.contents = std::make_shared<FileText>();
-    loaded.contents->text = std::move(file.text);
-    std::vector<format::Superseded> comments;
-    format::redo(loaded.contents->text, loaded.fixes, comments);
-    loaded.layout = format::read_layout(loaded.contents->text, loaded.contents->entries);
-    for (const format::Superseded& comment : comments) {
-        loaded.layout.supersede(comment);
-    }
+    interpret(std::move(file.text), loaded);
     return loaded;
 }
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <numeric>
 #include <utility>
 
 #include "format/dead_space.h"
@@ -82,10 +83,8 @@ Error Writer::apply(const format::Batch& batch, std::vector<Place>& places) {
     const Change* const values =
         std::find_if(begin, end, [](const Change& change) { return change.value.has_value(); });
     Insertion insertion(values, end, places.data() + (values - begin));
-    std::size_t size = layout_.size + 2 * page_size;
-    for (const Place& place : places) {
-        size += place.size;
-    }
+    const std::size_t size = std::accumulate(places.begin(), places.end(), layout_.size + 2 * page_size,
+                                             [](std::size_t sum, const Place& place) { return sum + place.size; });
     if (size > INT_MAX) {
         return error_of("pwrite", EFBIG);
     }
@@ -320,13 +319,6 @@ Error Writer::append(const std::string& text, bool is_last, std::size_t& offset)
 }
 
 Error Writer::append_short(std::string_view text, bool is_last, std::size_t& offset) {
-    static constexpr std::array<char, sector_size> blanks = [] {
-        std::array<char, sector_size> result{};
-        for (char& c : result) {
-            c = '\n';
-        }
-        return result;
-    }();
     offset = layout_.text_end;
     if (offset % sector_size + text.size() > sector_size) {
         offset = rounded_up(offset, sector_size);
@@ -349,6 +341,8 @@ Error Writer::append_short(std::string_view text, bool is_last, std::size_t& off
         layout_.is_flushed = false;
     }
     if (error) {
+        std::array<char, sector_size> blanks{};
+        blanks.fill('\n');
         undo(offset, {blanks.data(), text.size()});
         return error;
     }

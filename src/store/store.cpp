@@ -285,6 +285,12 @@ zelva_core_status SettingsStore::carry_out(Writing& writing, const Decision& dec
 }
 
 struct SettingsStore::Delta {
+    struct Entry {
+        std::string_view name;
+        bool is_removal;
+        Cell cell;  // after the change; once that is published, before it. Empty: there is no such entry
+    };
+
     Delta(SettingsStore& store_, Snapshot& snapshot_) : store(store_), snapshot(snapshot_) {}
     Delta(const Delta&) = delete;
     Delta& operator=(const Delta&) = delete;
@@ -305,11 +311,6 @@ struct SettingsStore::Delta {
         }
     }
 
-    struct Entry {
-        std::string_view name;
-        bool is_removal;
-        Cell cell;  // after the change; once that is published, before it. Empty: there is no such entry
-    };
     SettingsStore& store;
     Snapshot& snapshot;
     std::vector<Entry> entries;
