@@ -13,8 +13,8 @@
 #include <string_view>
 
 #include "batches.h"
-#include "format/line.h"
 #include "format/batch_record.h"
+#include "format/line.h"
 #include "operations.h"
 #include "simulated_disk.h"
 #include "support.h"
