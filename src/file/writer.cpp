@@ -55,11 +55,7 @@ struct Writer::Insertion {
         return std::none_of(begin, end, [](const Change& change) { return change.place.has_value(); });
     }
 
-    bool is_of_one_key() const {
-        return std::all_of(begin, end, [this](const Change& change) {
-            return format::parse_name(change.name).key == format::parse_name(begin->name).key;
-        });
-    }
+    bool is_of_one_key() const { return format::is_of_one_key(begin, end); }
 
     bool is_last(const Change& change) const { return &change + 1 == end; }
 
@@ -89,7 +85,7 @@ Error Writer::apply(const format::Batch& batch, std::vector<Place>& places) {
         return error_of("pwrite", EFBIG);
     }
     make_room(layout_.superseded, 2 * batch.size() + 1);
-    if (!format::is_of_one_key(batch) && (removes || insertion.pieces.size() > 1)) {
+    if (!format::is_of_one_key(begin, end) && (removes || insertion.pieces.size() > 1)) {
         return append_record(batch, places);
     }
     const Error error = begin != values ? remove(begin, values, values != end) : Error();

@@ -165,9 +165,9 @@ bool is_line_of(std::string_view text, std::size_t offset, std::uint32_t name) {
 
 }  // namespace
 
-bool is_of_one_key(const Batch& batch) {
-    return std::all_of(batch.begin(), batch.end(), [&batch](const Change& change) {
-        return parse_name(change.name).key == parse_name(batch[0].name).key;
+bool is_of_one_key(const Change* begin, const Change* end) {
+    return std::all_of(begin, end, [begin](const Change& change) {
+        return parse_name(change.name).key == parse_name(begin->name).key;
     });
 }
 

@@ -37,8 +37,8 @@ BatchRecord record_of(const Batch& batch, std::size_t offset);
 /// What a reader takes for the name of a record's comment.
 inline constexpr std::string_view comment_name = "#batch";
 
-/// Whether a batch has changes of one key alone.
-bool is_of_one_key(const Batch& batch);
+/// Whether changes are of one key alone.
+bool is_of_one_key(const Change* begin, const Change* end);
 
 /// A byte that a batch has changed, and the file does not have yet.
 struct Fix {
