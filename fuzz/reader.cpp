@@ -32,12 +32,14 @@ std::string_view line_at(std::string_view text, Place line) {
 /// A value as it is written, and read again.
 void check_writes(const std::string& name, const fuzz::Value& value) {
     CHECK(zelva::value::is_storable(value));
-    std::string text;
-    zelva::format::write_line(name, value, text);
+    const std::string text = zelva::format::line_of(name, value);
     CHECK(text.find('\n') == text.size() - 1);
     zelva::format::Entry entry;
     zelva::format::read_line(std::string_view(text).substr(0, text.size() - 1), entry);
-    CHECK(entry.kind == Kind::entry && entry.name == name && fuzz::is_same(entry.value.value(), value));
+    zelva::format::judge(entry);
+    CHECK(entry.kind == Kind::entry && entry.name == name);
+    const auto read = zelva::value::read_value(entry.value_text);
+    CHECK(read && fuzz::is_same(*read, value));
 }
 
 /// Whether a text's last line is one of those that mean nothing, and has no line feed.
@@ -46,13 +48,14 @@ bool ends_in_other(const std::string& text, const File& file) {
 }
 
 Layout check_read(const std::string& text, const File& file) {
-    zelva::format::Entries entries;
-    const Layout layout = zelva::format::read_layout(text, entries);
+    zelva::format::Entries entries{std::string(text)};
+    const Layout layout = zelva::format::read_layout(entries);
     std::size_t lines = 0;
     std::size_t end = 0;
     std::size_t number = 0;
     zelva::format::Reader reader(text);
     for (zelva::format::Line line; reader.next(line);) {
+        zelva::format::judge(line);
         lines += line.kind == Kind::entry ? 1 : 0;
         CHECK(line.place.offset == end && line.number == ++number && line.column <= line.text.size());
         end += line.place.size;
@@ -62,9 +65,10 @@ Layout check_read(const std::string& text, const File& file) {
     std::vector<std::string_view> expected_keys;
     std::size_t live = 0;
     for (const auto& [name, value] : file.entries) {
-        const zelva::format::Cell* const held = entries.find(name);
-        CHECK(held != nullptr && fuzz::is_same(held->value.value(), value));
-        const auto line = line_at(text, held->place);
+        const auto [key, slot] = zelva::format::parse_name(name);
+        zelva::value::Content held;
+        CHECK(entries.find(key, slot, held) && fuzz::is_same(held.value(), value));
+        const auto line = line_at(text, *entries.place_of(key, slot));
         CHECK(line.find('\n') >= line.size() - 1 && line.find(name) < line.find('='));
         live += line.size();
         if (!fuzz::is_reserved(name)) {
@@ -89,22 +93,11 @@ void check_compacted(std::string text, const Layout& before, const File& file) {
     for (const Place& line : before.superseded) {
         text[line.offset] = zelva::format::dead_mark;
     }
-    const zelva::format::Compacted compacted = zelva::format::compacted(text, before.arranged_end, {});
-    CHECK(compacted.layout.size == compacted.text.size());
-    const std::size_t end = compacted.layout.text_end;
-    CHECK(compacted.text.find_first_not_of('\n', end) == std::string::npos);
-    const std::string lines = compacted.text.substr(0, end);  // padding would only take time
-    CHECK(is_same(fuzz::read_file(lines), file));
-    const Layout layout = check_read(lines, file);
-    CHECK(layout.text_end == end && layout.live == compacted.layout.live && layout.dead == compacted.layout.dead);
+    const std::string compacted = zelva::format::compacted(text, before.arranged_end, {});
+    CHECK(is_same(fuzz::read_file(compacted), file));
+    const Layout layout = check_read(compacted, file);
+    CHECK(layout.text_end == compacted.size() && layout.arranged_end == layout.text_end);
     CHECK(layout.superseded.empty() && !layout.is_unterminated && !layout.is_damaged && !layout.is_wasteful());
-    CHECK(compacted.places.size() == file.entries.size());
-    for (const auto& [name, line] : compacted.places) {
-        CHECK(file.entries.count(std::string(name)) == 1);
-        zelva::format::Entry entry;
-        zelva::format::read_line(line_at(compacted.text, {line.offset, line.size - 1}), entry);
-        CHECK(entry.kind == Kind::entry && entry.name == name && compacted.text[line.offset + line.size - 1] == '\n');
-    }
 }
 
 /// What is done on a full disk.

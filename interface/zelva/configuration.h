@@ -82,8 +82,9 @@ ZELVA_CORE_API zelva_core_status zelva_core_configuration_get_arrayofdouble_valu
 /**
  * Whether the store holds `key`.
  *
- * @return true when it does; false when it does not, for NULL and for a name that begins with "DEFAULT_", and when no
- *     configuration store is open.
+ * @return true when it does; false when it does not, for NULL and for a name that begins with "DEFAULT_", when no
+ *     configuration store is open, and when there is no memory, the first time that a JSON text or an array is asked
+ *     for, to judge it.
  */
 ZELVA_CORE_API bool zelva_core_configuration_does_key_exist(const char* key);
 

@@ -263,8 +263,8 @@ ZELVA_CORE_API zelva_core_status zelva_core_settings_copy_arrayofdouble_key(cons
  * Whether the store holds `key`.
  *
  * @return true when it does; false when it does not, for NULL and for a name that begins with "DEFAULT_", when no
- *     settings store is open, and when another program has changed the file and it cannot be read again, also
- *     for want of memory.
+ *     settings store is open, when another program has changed the file and it cannot be read again, and when there is
+ *     no memory for that or, the first time that a JSON text or an array is asked for, to judge it.
  */
 ZELVA_CORE_API bool zelva_core_settings_does_key_exist(const char* key);
 
@@ -276,7 +276,8 @@ ZELVA_CORE_API bool zelva_core_settings_does_key_exist(const char* key);
  *     ZELVA_CORE_STATUS_NOT_INITIALIZED when no settings store is open;
  *     ZELVA_CORE_STATUS_SETTING_NOT_PRESENT when the key is absent;
  *     ZELVA_CORE_STATUS_IO_FAILED when another program has changed the file and it cannot be read again;
- *     ZELVA_CORE_STATUS_ALLOC_FAILED when there is no memory to read it again.
+ *     ZELVA_CORE_STATUS_ALLOC_FAILED when there is no memory to read it again or, the first time that a JSON text or an
+ *     array is asked for, to judge it.
  */
 ZELVA_CORE_API zelva_core_status zelva_core_settings_get_type(const char* key, zelva_core_settings_type* type);
 

@@ -19,7 +19,7 @@ using api::Slot;
 /// Copies what stands in a slot of `key` into the caller's object, which changes only when the copy is made.
 template <class T, class Object>
 zelva_core_status get(store::Store& store, Slot slot, const char* key, Object& object) {
-    return api::get_value(store, slot, key, value::type_for<T>, [&object](const value::Packed& value) {
+    return api::get_value(store, slot, key, value::type_for<T>, [&object](const value::Content& value) {
         Object copy(value.get<T>());
         object = std::move(copy);
     });

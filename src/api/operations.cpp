@@ -3,7 +3,7 @@
 namespace zelva::api {
 
 zelva_core_status get_value(store::Store& store, Slot slot, const char* key, value::Type type,
-                            value::FunctionRef<void(const Packed&)> to_caller) noexcept {
+                            value::FunctionRef<void(const Content&)> to_caller) noexcept {
     if (key == nullptr) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }

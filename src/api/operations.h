@@ -11,8 +11,8 @@
 namespace zelva::api {
 
 using store::Slot;
+using value::Content;
 using value::Json;
-using value::Packed;
 using value::Value;
 
 template <class T>
@@ -26,7 +26,7 @@ constexpr bool is_null(const T& argument) {
 
 /// Has `to_caller` hand out what stands in a slot of `key`, which is of this type. INVALID_PARAMS for NULL.
 zelva_core_status get_value(store::Store& store, Slot slot, const char* key, value::Type type,
-                            value::FunctionRef<void(const Packed&)> to_caller) noexcept;
+                            value::FunctionRef<void(const Content&)> to_caller) noexcept;
 
 /// Sets the value that `from_caller` gives; INVALID_PARAMS where it gives none, and for NULL.
 zelva_core_status set_value(Slot slot, const char* key, value::FunctionRef<bool(Value&)> from_caller) noexcept;
@@ -41,7 +41,7 @@ zelva_core_status get(store::Store& store, Slot slot, const char* key, Out<T>* o
         return ZELVA_CORE_STATUS_INVALID_PARAMS;
     }
     return get_value(store, slot, key, value::type_for<T>,
-                     [out, length...](const Packed& value) { to_c(value.get<T>(), out, length...); });
+                     [out, length...](const Content& value) { to_c(value.get<T>(), out, length...); });
 }
 
 template <class T>

@@ -102,11 +102,10 @@ bool is_refusal(const Error& error) {
 
 /// Reads the entries of a file's text, and makes the batches count that it holds.
 void interpret(std::string&& text, Loaded& loaded) {
-    loaded.contents = std::make_shared<FileText>();
-    loaded.contents->text = std::move(text);
     std::vector<format::Superseded> comments;
-    format::redo(loaded.contents->text, loaded.fixes, comments);
-    loaded.layout = format::read_layout(loaded.contents->text, loaded.contents->entries);
+    format::redo(text, loaded.fixes, comments);
+    loaded.entries = std::make_shared<format::Entries>(std::move(text));
+    loaded.layout = format::read_layout(*loaded.entries);
     for (const format::Superseded& comment : comments) {
         loaded.layout.supersede(comment);
     }
@@ -294,9 +293,13 @@ void StoreFile::adopt_change() {
 bool StoreFile::must_rebuild(const format::Batch& batch) const {
     // What is written behind a last line without a line feed might spoil it.
     const bool is_spoiling = layout_.is_unterminated && std::any_of(batch.begin(), batch.end(), [](const auto& change) {
-                                 return change.value.has_value();
+                                 return change.gives_value();
                              });
     return needs_rebuild_ || next_.stamp == Stamp{} || is_spoiling;
+}
+
+std::size_t StoreFile::most_text(const format::Batch& batch) const {
+    return Writer::most_text(batch, layout_);
 }
 
 Applied StoreFile::apply(const format::Batch& batch, zelva_core_durability durability) {
@@ -341,15 +344,6 @@ Applied StoreFile::flush(bool is_checkpoint) {
                           [marks_lines](Writer& writer) { return marks_lines ? writer.checkpoint() : writer.flush(); });
     applied.error = applied.error.of(Subject::store_file);
     return applied;
-}
-
-bool StoreFile::has_line(const format::Place& place, std::string_view text) const {
-    if (place.size != text.size()) {
-        return false;
-    }
-    const Descriptor file(system::open(path_.c_str(), O_RDONLY | open_flags));
-    std::string found(text.size(), '\0');
-    return file.is_open() && !read_at(file, place.offset, found.data(), found.size()) && found == text;
 }
 
 bool StoreFile::is_untrimmed() const {
@@ -488,33 +482,31 @@ Error StoreFile::rebuild(const format::Batch& batch, Purpose purpose, Applied& a
     for (const format::Superseded& line : layout_.superseded) {
         mark_dead_in(old.text, line);
     }
-    auto old_text = std::make_unique<const std::string>(std::move(old.text));
-    format::Compacted compacted = format::compacted(*old_text, layout_.arranged_end, batch);
-    if (purpose == Purpose::close && (!old.exists || is_all_but_padding(*old_text, compacted.text))) {
+    std::string text = format::compacted(old.text, layout_.arranged_end, batch);
+    if (purpose == Purpose::close && (!old.exists || is_all_but_padding(old.text, text))) {
         return error_of("", EALREADY);
     }
-    Replacement replacement(path_, std::move(attributes));
-    if (const Error error = replace(replacement, old.exists ? &old.attributes : nullptr, purpose, compacted)) {
-        return error;
+    if (purpose == Purpose::change) {
+        text.resize(format::rounded_up(text.size(), page_size), '\n');
     }
-    applied.places = std::move(compacted.batch_places);
-    applied.moved = std::move(compacted.places);
-    applied.old_text = std::move(old_text);
-    return {};
+    if (text.size() > INT_MAX) {
+        return error_of("pwrite", EFBIG);
+    }
+    auto entries = std::make_shared<format::Entries>(std::move(text));
+    format::Layout layout = format::read_layout(*entries);
+    Replacement replacement(path_, std::move(attributes));
+    const Error error = replace(replacement, old.exists ? &old.attributes : nullptr, purpose, entries->text(), layout);
+    if (!error) {
+        applied.entries = std::move(entries);
+    }
+    return error;
 }
 
 /// Puts a new file in place, and knows it from then on.
-Error StoreFile::replace(Replacement& replacement, const struct stat* old, Purpose purpose,
-                         format::Compacted& compacted) {
+Error StoreFile::replace(Replacement& replacement, const struct stat* old, Purpose purpose, std::string_view text,
+                         format::Layout& layout) {
     const bool is_to_be_written = purpose == Purpose::change;
-    if (is_to_be_written) {
-        compacted.text.resize(format::rounded_up(compacted.text.size(), page_size), '\n');
-        compacted.layout.size = compacted.text.size();
-    }
-    if (compacted.text.size() > INT_MAX) {
-        return error_of("pwrite", EFBIG);
-    }
-    const Error error = replacement.replace(old, compacted.text, is_to_be_written, next_.stamp);
+    const Error error = replacement.replace(old, text, is_to_be_written, next_.stamp);
     if (replacement.has_failed_to_flush()) {
         needs_rebuild_ = true;
         layout_.is_flushed = false;
@@ -530,7 +522,8 @@ Error StoreFile::replace(Replacement& replacement, const struct stat* old, Purpo
     needs_rebuild_ = false;
     next_compaction_ = 0;
     fixes_.clear();
-    layout_ = std::move(compacted.layout);
+    std::swap(layout_, layout);
+    layout_.arranged_end = layout_.text_end;
     layout_.is_flushed = is_to_be_written;
     layout_.is_truncation_durable = true;
     layout_.checkpoint_end = layout_.text_end;

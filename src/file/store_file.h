@@ -11,7 +11,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "file/descriptor.h"
@@ -20,7 +19,6 @@
 #include "file/stamp.h"
 #include "format/batch.h"
 #include "format/batch_record.h"
-#include "format/compaction.h"
 #include "format/entries.h"
 #include "format/layout.h"
 
@@ -28,16 +26,6 @@ namespace zelva::file {
 
 class Replacement;
 class Writer;
-
-/// A file's text, and its entries, which refer to it.
-struct FileText {
-    FileText() = default;
-    FileText(const FileText&) = delete;
-    FileText& operator=(const FileText&) = delete;
-
-    std::string text;
-    format::Entries entries;
-};
 
 /// The state of the file that a program has read or written last.
 struct Revision {
@@ -55,7 +43,7 @@ struct Loaded {
     };
     State state = State::failed;
     Error error;
-    std::shared_ptr<FileText> contents;  // of a file that is present or absent
+    std::shared_ptr<format::Entries> entries;  // of a file that is present or absent
 
     // For the object that has read it.
     Revision revision;
@@ -66,11 +54,8 @@ struct Loaded {
 /// What a change of the file has come to.
 struct Applied {
     Error error;
-    std::vector<format::Place> places;  // of the new lines, one for each change
-    /// After the file was written anew: the places of all entries' lines, by names that are parts of `old_text` or of
-    /// the batch.
-    std::vector<std::pair<std::string_view, format::Place>> moved;
-    std::unique_ptr<const std::string> old_text;
+    std::vector<format::Place> places;         // of the new lines, one for each change
+    std::shared_ptr<format::Entries> entries;  // all of them, after the file was written anew
 };
 
 /// The file of an open store. Many programs may have it open, each with an object of its own. What it knows of the file
@@ -151,6 +136,9 @@ class StoreFile {
 
     // REQUIRES for these: a change has begun.
 
+    /// Where the lines end at most that apply() writes in place.
+    std::size_t most_text(const format::Batch& batch) const;
+
     /// Makes all changes of a batch (see Writer::apply) or, on an error, none. They have reached the disk if
     /// `durability` is full. Creates the file if need be. REQUIRES: names that get a value can be written
     /// (format::is_name, value::is_storable).
@@ -170,9 +158,6 @@ class StoreFile {
 
     /// Whether this object has changed the file, and left something in it that a person would not have written.
     bool is_untrimmed() const;
-
-    /// Whether a line of the file is this text, byte for byte. false also where it cannot be read.
-    bool has_line(const format::Place& place, std::string_view text) const;
 
     /// Whether nobody else has the store open to write it.
     bool is_alone() const { return shared_->is_alone(); }
@@ -199,7 +184,8 @@ class StoreFile {
     Error open();
     Error open(int access, Descriptor& file);
     Error rebuild(const format::Batch& batch, Purpose purpose, Applied& applied);
-    Error replace(Replacement& replacement, const struct stat* old, Purpose purpose, format::Compacted& compacted);
+    Error replace(Replacement& replacement, const struct stat* old, Purpose purpose, std::string_view text,
+                  format::Layout& layout);
     template <class Work>
     Error write_in_place(zelva_core_durability durability, Work&& work);
     template <class Work>

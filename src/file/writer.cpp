@@ -38,13 +38,13 @@ struct Writer::Insertion {
     Insertion(const Change* begin_, const Change* end_, Place* places_) : begin(begin_), end(end_), places(places_) {
         std::size_t size = 0;
         for (const Change* change = begin; change != end; ++change) {
-            pieces.push_back(format::lines_of(change, change + 1));
-            place(*change) = {0, static_cast<std::uint32_t>(pieces.back().size())};
-            size += pieces.back().size();
+            pieces.push_back(change->line);
+            place(*change) = {0, static_cast<std::uint32_t>(change->line.size())};
+            size += change->line.size();
         }
         if (size < sector_size && end - begin > 1) {
             lines = std::move(pieces);
-            pieces.assign(1, format::lines_of(begin, end));
+            pieces.assign(1, std::accumulate(lines.begin(), lines.end(), std::string()));
         }
     }
 
@@ -71,21 +71,25 @@ bool Writer::is_out_of_room(const Error& error) const {
     return (error.number == ENOSPC || error.number == EDQUOT) && !has_failed_to_flush_;
 }
 
+std::size_t Writer::most_text(const format::Batch& batch, const format::Layout& layout) {
+    // Behind each line the next page may begin; or it is one of a record, where it has a share of the comment.
+    const std::size_t each = batch.size() > 2 ? sector_size : 2 * page_size;
+    return std::accumulate(batch.begin(), batch.end(), layout.size + 2 * page_size,
+                           [each](std::size_t sum, const Change& change) { return sum + change.line.size() + each; });
+}
+
 Error Writer::apply(const format::Batch& batch, std::vector<Place>& places) {
     places.assign(batch.size(), {});
     const Change* const begin = batch.data();
     const Change* const end = begin + batch.size();
-    const bool removes = std::any_of(begin, end, [](const Change& change) { return !change.value; });
-    const Change* const values =
-        std::find_if(begin, end, [](const Change& change) { return change.value.has_value(); });
+    const bool removes = std::any_of(begin, end, [](const Change& change) { return !change.gives_value(); });
+    const Change* const values = std::find_if(begin, end, [](const Change& change) { return change.gives_value(); });
     Insertion insertion(values, end, places.data() + (values - begin));
-    const std::size_t size = std::accumulate(places.begin(), places.end(), layout_.size + 2 * page_size,
-                                             [](std::size_t sum, const Place& place) { return sum + place.size; });
-    if (size > INT_MAX) {
+    if (most_text(batch, layout_) > INT_MAX) {
         return error_of("pwrite", EFBIG);
     }
     make_room(layout_.superseded, 2 * batch.size() + 1);
-    if (!format::is_of_one_key(begin, end) && (removes || insertion.pieces.size() > 1)) {
+    if ((removes || insertion.pieces.size() > 1) && !format::is_of_one_key(begin, end)) {
         return append_record(batch, places);
     }
     const Error error = begin != values ? remove(begin, values, values != end) : Error();
@@ -140,7 +144,7 @@ Error Writer::append_record(const format::Batch& batch, std::vector<Place>& plac
     std::vector<Superseded> removed;
     std::size_t removed_end = 0;
     for (const Change& change : batch) {
-        if (!change.value && change.place) {
+        if (!change.gives_value() && change.place) {
             removed.push_back({*change.place, format::hash_of_name(change.name)});
             removed_end = std::max<std::size_t>(removed_end, change.place->offset + 1);
         }
@@ -167,7 +171,7 @@ Error Writer::append_record(const format::Batch& batch, std::vector<Place>& plac
     layout_.superseded.push_back({record.comment, format::hash_of_name(format::comment_name)});
     for (std::size_t i = 0; i < batch.size(); ++i) {
         layout_.live += record.places[i].size;
-        if (batch[i].value && batch[i].place) {
+        if (batch[i].gives_value() && batch[i].place) {
             layout_.supersede({*batch[i].place, format::hash_of_name(batch[i].name)});
         }
     }
@@ -576,7 +580,7 @@ Error Writer::flush() {
 Error Writer::check_padding(std::size_t end) {
     // And the line feed of the last line.
     const std::size_t begin = layout_.text_end > 0 ? layout_.text_end - 1 : 0;
-    std::array<char, 2 * sector_size + 1> padding{};
+    std::array<char, 2 * sector_size + 1> padding;  // what is read of it is written first
     const std::size_t size = end > begin ? end - begin : 0;
     if (const Error error = read(begin, padding.data(), size)) {
         return error;
@@ -589,7 +593,7 @@ Error Writer::check_padding(std::size_t end) {
 Error Writer::check_line(const Superseded& line) {
     // The last byte of the line before it, and mostly all of it.
     const std::size_t before = line.offset > 0 ? 1 : 0;
-    std::array<char, sector_size + 1> usual{};
+    std::array<char, sector_size + 1> usual;
     std::string_view bytes(usual.data(), std::min<std::size_t>(line.size + before, usual.size()));
     if (const Error error = read(line.offset - before, usual.data(), bytes.size())) {
         return error;

@@ -48,6 +48,9 @@ class Writer {
     Writer(const Descriptor& file, format::Layout& layout, zelva_core_durability durability)
         : file_(file), layout_(layout), durability_(durability) {}
 
+    /// Where the lines of a batch end at most that apply() writes.
+    static std::size_t most_text(const format::Batch& batch, const format::Layout& layout);
+
     /// Makes all of the changes or none; `places`, one for each, gets the places of the new lines. Of the changes of
     /// one key, removals come first, the other removals mean nothing without the first one, and the other values
     /// nothing without the last one. A batch of several keys is flushed with relaxed durability as well. REQUIRES: the

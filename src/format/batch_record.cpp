@@ -166,9 +166,9 @@ bool is_line_of(std::string_view text, std::size_t offset, std::uint32_t name) {
 }  // namespace
 
 bool is_of_one_key(const Change* begin, const Change* end) {
-    return std::all_of(begin, end, [begin](const Change& change) {
-        return parse_name(change.name).key == parse_name(begin->name).key;
-    });
+    return end - begin == 1 || std::all_of(begin, end, [begin](const Change& change) {
+               return parse_name(change.name).key == parse_name(begin->name).key;
+           });
 }
 
 BatchRecord record_of(const Batch& batch, std::size_t offset) {
@@ -177,8 +177,8 @@ BatchRecord record_of(const Batch& batch, std::size_t offset) {
     std::string lines;
     for (const Change& change : batch) {
         const std::size_t begin = lines.size();
-        if (change.value) {
-            write_line(change.name, *change.value, lines);
+        if (change.gives_value()) {
+            lines += change.line;
             header.first_bytes += lines[begin];
         } else if (change.place) {
             header.removed.push_back({change.place->offset, digest_of(change.name)});

@@ -58,6 +58,7 @@ std::vector<Kept> lines_to_keep(std::string_view text, std::size_t arranged_end,
                 lines.push_back({line.text, "", place.offset});
             }
         } else if (line.kind != Kind::damaged) {
+            judge(line);
             lines.push_back({line.text, line.kind == Kind::entry ? line.name : "", place.offset, lines.size()});
         }
     }
@@ -101,8 +102,7 @@ void arrange(std::vector<Kept>& lines, Homes& homes, std::size_t arranged_end) {
 class Compaction {
   public:
     Compaction(std::size_t size, const Batch& batch) : batch_(batch) {
-        result_.text.reserve(size);
-        result_.batch_places.resize(batch.size());
+        text_.reserve(size);
         for (std::size_t i = 0; i < batch.size(); ++i) {
             changes_.emplace(batch[i].name, i);
         }
@@ -110,67 +110,43 @@ class Compaction {
 
     /// In the order in which they are to stand.
     void add(const Kept& line) {
-        const std::size_t begin = result_.text.size();
         if (line.text.empty()) {
-            result_.text.append(begin - end_ < most_blanks ? 1 : 0, '\n');
+            text_.append(text_.size() - end_ < most_blanks ? 1 : 0, '\n');
             return;
         }
+        const std::size_t begin = text_.size();
         const auto change = line.name.empty() ? changes_.end() : changes_.find(line.name);
         if (change != changes_.end()) {
-            write(change->second);
+            text_ += batch_[change->second].line;
             changes_.erase(change);
         } else {
-            result_.text += line.text;
-            result_.text += '\n';
-            if (!line.name.empty()) {
-                note(line.name, begin);
-            }
+            text_ += line.text;
+            text_ += '\n';
         }
-        if (result_.text.size() > begin) {
-            result_.layout.dead += begin - end_;
-            end_ = result_.text.size();
-        }
+        end_ = text_.size() > begin ? text_.size() : end_;
     }
 
     /// After the last line.
-    Compacted finish() {
-        result_.text.resize(end_);
-        for (std::size_t i = 0; i < batch_.size(); ++i) {
-            if (changes_.count(batch_[i].name) != 0) {
-                write(i);
+    std::string finish() {
+        text_.resize(end_);
+        for (const Change& change : batch_) {
+            if (changes_.count(change.name) != 0) {
+                text_ += change.line;
             }
         }
-        Layout& layout = result_.layout;
-        layout.size = layout.text_end = layout.arranged_end = result_.text.size();
-        layout.live = layout.text_end - layout.dead;
-        return std::move(result_);
+        return std::move(text_);
     }
 
   private:
-    void write(std::size_t change) {
-        const auto& [name, value, old_place] = batch_[change];
-        if (value) {
-            const std::size_t begin = result_.text.size();
-            write_line(name, *value, result_.text);
-            note(name, begin);
-            result_.batch_places[change] = result_.places.back().second;
-        }
-    }
-
-    void note(std::string_view name, std::size_t begin) {
-        const auto size = static_cast<std::uint32_t>(result_.text.size() - begin);
-        result_.places.emplace_back(name, Place{static_cast<std::uint32_t>(begin), size});
-    }
-
     const Batch& batch_;
     Indexes changes_;  // those that have no place yet
-    Compacted result_;
+    std::string text_;
     std::size_t end_ = 0;  // of the last line that is not blank
 };
 
 }  // namespace
 
-Compacted compacted(std::string_view text, std::size_t arranged_end, const Batch& batch) {
+std::string compacted(std::string_view text, std::size_t arranged_end, const Batch& batch) {
     Homes homes;
     std::vector<Kept> lines = lines_to_keep(text, arranged_end, homes);
     drop_superseded(lines, homes, arranged_end);

@@ -1,190 +1,393 @@
 #include "format/entries.h"
 
 #include <algorithm>
-#include <functional>
-#include <new>
+#include <cstring>
 #include <utility>
 
 #include "value/text.h"
 
 namespace zelva::format {
 
+using value::Content;
+using value::Type;
+using value::Value;
+
+/// What is known of a value. `judged` and those that follow: it is of the type that is so much more.
+enum Entries::State : std::uint32_t {
+    empty,  // there is no entry
+    unjudged,
+    invalid,
+    own_json,  // of a JSON text that does not stand in the file in its canonical form
+    judged
+};
+
 namespace {
 
-std::size_t hash_of(std::string_view key) {
-    return std::hash<std::string_view>()(key);
+constexpr std::uint32_t state_bits = 4;
+constexpr std::uint32_t state_mask = (1U << state_bits) - 1;
+
+constexpr bool is_array_type(Type type) {
+    return type > ZELVA_CORE_SETTING_TYPE_DOUBLE;
+}
+
+const Value* pointer_in(std::uint64_t content) {
+    return reinterpret_cast<const Value*>(static_cast<std::uintptr_t>(content));
+}
+
+/// The bytes of a number, and back.
+template <class T>
+std::uint64_t bits_of(T number) {
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, &number, sizeof number);
+    return bits;
+}
+template <class T>
+T number_in(std::uint64_t bits) {
+    T number{};
+    std::memcpy(&number, &bits, sizeof number);
+    return number;
 }
 
 }  // namespace
 
-void* Entries::Pool::take(std::size_t size) {
-    constexpr std::size_t usual_block = 65536;
-    size = (size + alignof(Record) - 1) / alignof(Record) * alignof(Record);
-    if (size > left_) {
-        const std::size_t block_size = std::max(size, usual_block);
-        std::unique_ptr<char[]> block(new char[block_size]);
-        blocks_.push_back(std::move(block));
-        left_ = block_size;
-    }
-    left_ -= size;
-    return blocks_.back().get() + left_;
-}
-
-Entries::Record::Owner Entries::Record::make(std::string_view name, Pool* pool) {
-    const std::size_t size = sizeof(Record) + name.size();
-    void* const memory = pool != nullptr ? pool->take(size) : ::operator new(size);
-    std::copy(name.begin(), name.end(), static_cast<char*>(memory) + sizeof(Record));
-    return Owner(new (memory) Record(name.size(), pool != nullptr));
-}
-
-void Entries::Record::Delete::operator()(Record* record) const {
-    const bool is_pooled = record->is_pooled_;
-    record->~Record();
-    if (!is_pooled) {
-        ::operator delete(record);
+Entries::~Entries() {
+    for (std::size_t i = 0; i < size_; ++i) {
+        buckets_[i].clear();
     }
 }
 
-std::size_t Entries::bucket_of(std::string_view key, std::size_t hash) const {
-    std::size_t bucket = hash & (buckets_.size() - 1);
-    while (buckets_[bucket].record && (buckets_[bucket].hash != hash || buckets_[bucket].record->name() != key)) {
-        bucket = after(bucket);
+Entries::State Entries::Bucket::state() const {
+    return static_cast<State>(tag.load(std::memory_order_acquire) & state_mask);
+}
+
+/// Moves what another bucket holds to this one, which is empty.
+void Entries::Bucket::take(Bucket& other) {
+    offset = other.offset;
+    content.store(other.content.exchange(0, std::memory_order_relaxed), std::memory_order_relaxed);
+    tag.store(other.tag.exchange(empty, std::memory_order_relaxed), std::memory_order_relaxed);
+}
+
+void Entries::Bucket::clear() {
+    const State old = state();
+    if (old == own_json || (old >= judged && is_array_type(static_cast<Type>(old - judged)))) {
+        delete pointer_in(content.load(std::memory_order_relaxed));
     }
-    return bucket;
+    content.store(0, std::memory_order_relaxed);
+    tag.store(empty, std::memory_order_relaxed);
 }
 
-Entries::Record* Entries::record_of(std::string_view key) const {
-    return buckets_.empty() ? nullptr : buckets_[bucket_of(key, hash_of(key))].record.get();
-}
+/// A key's two entries lie side by side.
+inline Entries::Name::Name(std::string_view key_, Slot slot_)
+    : key(key_), slot(slot_), hash((hash_of_name(key) << state_bits) ^ (slot == Slot::value ? 0U : 1U << state_bits)) {}
 
-void Entries::resize_table(std::size_t size) {
-    std::vector<Bucket> old = std::exchange(buckets_, std::vector<Bucket>(size));
-    for (Bucket& bucket : old) {
-        if (bucket.record) {
-            buckets_[bucket_of(bucket.record->name(), bucket.hash)] = std::move(bucket);
+std::size_t Entries::bucket_of(const Name& name) const {
+    std::size_t bucket = (name.hash >> state_bits) & (size_ - 1);
+    for (;; bucket = after(bucket)) {
+        const std::uint32_t tag = buckets_[bucket].tag.load(std::memory_order_relaxed);
+        if (tag == empty || ((tag & ~state_mask) == name.hash && is_at(buckets_[bucket].offset, name))) {
+            return bucket;
         }
     }
 }
 
-void Entries::reserve(std::size_t keys) {
+inline bool Entries::is_at(std::uint32_t offset, const Name& name) const {
+    const std::size_t prefix = name.slot == Slot::value ? 0 : default_prefix.size();
+    if (text_.size() - offset <= prefix + name.key.size()) {
+        return false;
+    }
+    const char* text = text_.data() + offset;
+    if (prefix > 0 && std::memcmp(text, default_prefix.data(), prefix) != 0) {
+        return false;
+    }
+    text += prefix;
+    if (std::memcmp(text, name.key.data(), name.key.size()) != 0) {
+        return false;
+    }
+    text += name.key.size();
+    while (value::is_blank(*text)) {
+        ++text;  // at the end of the text there is a NUL
+    }
+    // What ends in a blank, or holds a '=', is no name.
+    return *text == '=' && name.key.find('=') == std::string_view::npos &&
+           (name.key.empty() || !value::is_blank(name.key.back()));
+}
+
+std::string_view Entries::line_at(std::uint32_t offset) const {
+    const std::string_view text(text_);
+    return text.substr(offset, text.find('\n', offset) - offset);
+}
+
+std::string_view Entries::name_at(std::uint32_t offset) const {
+    const std::string_view text(text_);
+    return value::without_trailing_blanks(text.substr(offset, text.find('=', offset) - offset));
+}
+
+/// The line of the name that lies there.
+Place Entries::place_at(std::uint32_t offset) const {
+    std::size_t begin = offset;
+    while (begin > 0 && value::is_blank(text_[begin - 1])) {
+        --begin;
+    }
+    const std::size_t end = std::min(text_.find('\n', offset), text_.size() - 1) + 1;
+    return {static_cast<std::uint32_t>(begin), static_cast<std::uint32_t>(end - begin)};
+}
+
+/// Several threads may judge the same value.
+Entries::State Entries::judge(Bucket& bucket) const {
+    const std::string_view text = value_text_in(line_at(bucket.offset));
+    std::uint64_t content = 0;
+    State state = invalid;
+    if (value::begins_with(text, "S")) {
+        content = place_of_text(text.substr(1));
+        state = judged_as(ZELVA_CORE_SETTING_TYPE_STRING);
+    } else if (std::optional<Value> value = value::read_value(text)) {
+        state = judged_as(value::type_of(*value));
+        const value::Json* const json = std::get_if<value::Json>(&*value);
+        if (const int* const integer = std::get_if<int>(&*value)) {
+            content = bits_of(*integer);
+        } else if (const bool* const truth = std::get_if<bool>(&*value)) {
+            content = bits_of(*truth);
+        } else if (const double* const real = std::get_if<double>(&*value)) {
+            content = bits_of(*real);
+        } else if (json != nullptr && json->text == text.substr(1)) {
+            content = place_of_text(text.substr(1));
+        } else {
+            state = json != nullptr ? own_json : state;
+            auto own = std::make_unique<const Value>(*std::move(value));
+            std::uint64_t none = 0;
+            if (bucket.content.compare_exchange_strong(none, reinterpret_cast<std::uintptr_t>(own.get()))) {
+                static_cast<void>(own.release());
+            }
+            content = bucket.content.load(std::memory_order_relaxed);
+        }
+    }
+    bucket.content.store(content, std::memory_order_relaxed);
+    bucket.tag.store((bucket.tag.load(std::memory_order_relaxed) & ~state_mask) | state, std::memory_order_release);
+    return state;
+}
+
+std::uint64_t Entries::place_of_text(std::string_view part) const {
+    return static_cast<std::uint64_t>(part.data() - text_.data()) << 32U | part.size();
+}
+
+Entries::State Entries::judged_as(Type type) {
+    return static_cast<State>(judged + static_cast<std::uint32_t>(type));
+}
+
+bool Entries::is_judged_valid(Bucket& bucket) const {
+    const State state = bucket.state();
+    return (state == unjudged ? judge(bucket) : state) > invalid;
+}
+
+inline Entries::Bucket* Entries::find(const Name& name) const {
+    if (size_ == 0) {
+        return nullptr;
+    }
+    Bucket& bucket = buckets_[bucket_of(name)];
+    return is_judged_valid(bucket) ? &bucket : nullptr;
+}
+
+bool Entries::contains(std::string_view key, Slot slot) const {
+    return find(Name(key, slot)) != nullptr;
+}
+
+std::optional<Place> Entries::place_of(std::string_view key, Slot slot) const {
+    const Bucket* const bucket = find(Name(key, slot));
+    return bucket != nullptr ? std::optional(place_at(bucket->offset)) : std::nullopt;
+}
+
+bool Entries::find(std::string_view key, Slot slot, Content& found) const {
+    const Bucket* const bucket = find(Name(key, slot));
+    if (bucket == nullptr) {
+        return false;
+    }
+    const std::uint64_t content = bucket->content.load(std::memory_order_relaxed);
+    const std::uint32_t state = bucket->tag.load(std::memory_order_relaxed) & state_mask;
+    if (state == own_json) {
+        found = Content(ZELVA_CORE_SETTING_TYPE_JSON, std::get<value::Json>(*pointer_in(content)).text);
+        return true;
+    }
+    const auto type = static_cast<Type>(state - judged);
+    switch (type) {
+        case ZELVA_CORE_SETTING_TYPE_STRING:
+        case ZELVA_CORE_SETTING_TYPE_JSON:
+            found = Content(type, {text_.data() + (content >> 32U), static_cast<std::uint32_t>(content)});
+            break;
+        case ZELVA_CORE_SETTING_TYPE_INT:
+            found = Content(number_in<int>(content));
+            break;
+        case ZELVA_CORE_SETTING_TYPE_BOOL:
+            found = Content(number_in<bool>(content));
+            break;
+        case ZELVA_CORE_SETTING_TYPE_DOUBLE:
+            found = Content(number_in<double>(content));
+            break;
+        default:
+            found = Content(pointer_in(content));
+    }
+    return true;
+}
+
+std::size_t Entries::home_of(const Bucket& bucket) const {
+    return (bucket.tag.load(std::memory_order_relaxed) >> state_bits) & (size_ - 1);
+}
+
+/// So that so many entries have room in the table.
+void Entries::make_room(std::size_t entries) {
     constexpr std::size_t smallest = 16;
-    std::size_t size = std::max(smallest, buckets_.size());
-    while (size / 8 * 7 < keys) {
+    std::size_t size = std::max(size_, smallest);
+    while (size / 4 * 3 < entries) {
         size *= 2;
     }
-    if (size != buckets_.size()) {
-        resize_table(size);
+    if (size == size_) {
+        return;
     }
-}
-
-std::pair<Entries::Record*, bool> Entries::record_or_new(std::string_view key, Pool* pool) {
-    reserve(count_ + 1);
-    const std::size_t hash = hash_of(key);
-    Bucket& bucket = buckets_[bucket_of(key, hash)];
-    const bool is_new = !bucket.record;
-    if (is_new) {
-        bucket = {Record::make(key, pool), hash};
-        ++count_;
-    }
-    return {bucket.record.get(), is_new};
-}
-
-void Entries::remove_record(std::string_view key) {
-    if (is_sorted_) {
-        sorted_.erase(place_of(key));
-    }
-    std::size_t hole = bucket_of(key, hash_of(key));
-    buckets_[hole] = {};
-    --count_;
-    last_added_ = nullptr;
-    for (std::size_t next = after(hole); buckets_[next].record; next = after(next)) {
-        // A key must be found without passing an empty bucket.
-        const std::size_t wanted = buckets_[next].hash & (buckets_.size() - 1);
-        const bool is_between = hole <= next ? hole < wanted && wanted <= next : hole < wanted || wanted <= next;
-        if (!is_between) {
-            buckets_[std::exchange(hole, next)] = std::move(buckets_[next]);
+    const std::unique_ptr<Bucket[]> old = std::exchange(buckets_, std::make_unique<Bucket[]>(size));
+    const std::size_t old_size = std::exchange(size_, size);
+    for (std::size_t i = 0; i < old_size; ++i) {
+        if (old[i].state() != empty) {
+            std::size_t bucket = home_of(old[i]);
+            while (buckets_[bucket].state() != empty) {
+                bucket = after(bucket);
+            }
+            buckets_[bucket].take(old[i]);
         }
     }
 }
 
-std::optional<Place> Entries::add(std::string_view name, value::Packed&& value, Place place) {
-    const auto [key, slot] = parse_name(name);
-    // A key's two lines mostly follow each other.
-    if (last_added_ == nullptr || last_added_->name() != key) {
-        last_added_ = record_or_new(key, &pool_).first;
+std::optional<Place> Entries::add(std::string_view name) {
+    constexpr std::size_t usual_line = 48;
+    if (count_ == most_entries()) {
+        make_room(size_ == 0 ? text_.size() / usual_line : count_ + 1);
     }
-    Cell& cell = last_added_->at(slot);
-    const auto earlier = cell.value.has_value() ? std::optional(cell.place) : std::nullopt;
-    cell.value = std::move(value);
-    cell.place = place;
-    return earlier;
-}
-
-const Cell* Entries::find(std::string_view key, Slot slot) const {
-    const Record* const record = record_of(key);
-    return record != nullptr && record->at(slot).value.has_value() ? &record->at(slot) : nullptr;
-}
-
-Cell* Entries::find(std::string_view name) {
-    const auto [key, slot] = parse_name(name);
-    return const_cast<Cell*>(find(key, slot));
-}
-
-void Entries::prepare(std::string_view name) {
-    const std::string_view key = parse_name(name).key;
-    if (is_sorted_ && sorted_.size() == sorted_.capacity()) {
-        sorted_.reserve(2 * sorted_.size() + 1);
+    const Name wanted(name);
+    Bucket& bucket = buckets_[bucket_of(wanted)];
+    const auto offset = static_cast<std::uint32_t>(name.data() - text_.data());
+    std::optional<Place> superseded;
+    if (bucket.state() == empty) {
+        ++count_;
+    } else {
+        Bucket later;
+        later.offset = offset;
+        const bool is_valid = judge(later) > invalid;
+        later.clear();
+        if (!is_valid) {
+            return std::nullopt;  // a line that is none
+        }
+        if (is_judged_valid(bucket)) {
+            superseded = place_at(bucket.offset);
+        }
+        bucket.clear();
     }
-    const auto [record, is_new] = record_or_new(key, nullptr);
-    if (is_sorted_ && is_new) {
-        sorted_.insert(place_of(key), record);
+    bucket.offset = offset;
+    bucket.tag.store(wanted.hash | unjudged, std::memory_order_relaxed);
+    return superseded;
+}
+
+bool Entries::is_prepared(const Batch& batch, std::size_t text_size) const {
+    const bool is_new = std::any_of(batch.begin(), batch.end(),
+                                    [](const Change& change) { return change.gives_value() && !change.place; });
+    return !is_new && text_size <= text_.capacity();
+}
+
+void Entries::prepare(const Batch& batch, std::size_t text_size) {
+    if (text_size > text_.capacity()) {
+        text_.reserve(std::max(text_size, text_.size() + text_.size() / 2));
+    }
+    make_room(count_ + batch.size());
+    if (is_sorted_ && sorted_.capacity() < sorted_.size() + batch.size()) {
+        sorted_.reserve(2 * sorted_.size() + batch.size());
     }
 }
 
-void Entries::exchange(std::string_view name, Cell& cell) {
-    const auto [key, slot] = parse_name(name);
-    if (Record* const record = record_of(key)) {
-        std::swap(record->at(slot), cell);
+void Entries::put(const Change& change, Place place) noexcept {
+    if (size_ == 0) {
+        return;  // there is nothing to remove
     }
+    const Name name(change.name);
+    const std::size_t index = bucket_of(name);
+    Bucket& bucket = buckets_[index];
+    if (name.slot == Slot::value) {
+        keep_sorted(change, is_judged_valid(bucket), place.offset);
+    }
+    if (!change.gives_value()) {
+        if (bucket.state() != empty) {
+            remove(index);
+        }
+        return;
+    }
+    text_.resize(std::max<std::size_t>(text_.size(), place.offset + place.size), '\n');
+    text_.replace(place.offset, place.size, change.line);
+    count_ += bucket.state() == empty ? 1 : 0;
+    bucket.clear();
+    bucket.offset = place.offset;
+    bucket.tag.store(name.hash | unjudged, std::memory_order_relaxed);
 }
 
-void Entries::give_back(std::string_view name) {
-    const std::string_view key = parse_name(name).key;
-    const Record* const record = record_of(key);
-    if (record != nullptr && record->is_empty()) {
-        remove_record(key);
+void Entries::remove(std::size_t hole) {
+    buckets_[hole].clear();
+    --count_;
+    for (std::size_t next = after(hole); buckets_[next].state() != empty; next = after(next)) {
+        // An entry must be found without passing an empty bucket.
+        const std::size_t home = home_of(buckets_[next]);
+        const bool is_between = hole <= next ? hole < home && home <= next : hole < home || home <= next;
+        if (!is_between) {
+            buckets_[std::exchange(hole, next)].take(buckets_[next]);
+        }
     }
 }
 
 bool Entries::has_keys() const {
-    return std::any_of(buckets_.begin(), buckets_.end(), [](const Bucket& bucket) {
-        return bucket.record && bucket.record->at(Slot::value).value.has_value();
+    return std::any_of(buckets_.get(), buckets_.get() + size_, [this](Bucket& bucket) {
+        return bucket.state() != empty && !is_default_name(name_at(bucket.offset)) && is_judged_valid(bucket);
     });
 }
 
-std::vector<Entries::Record*>::iterator Entries::place_of(std::string_view key) {
+std::vector<std::uint32_t>::iterator Entries::sorted_place(std::string_view key) {
     return std::lower_bound(sorted_.begin(), sorted_.end(), key,
-                            [](const Record* record, std::string_view other) { return record->name() < other; });
+                            [this](std::uint32_t name, std::string_view other) { return name_at(name) < other; });
+}
+
+void Entries::sort() {
+    for (std::size_t i = 0; i < size_; ++i) {
+        Bucket& bucket = buckets_[i];
+        if (bucket.state() != empty && !is_default_name(name_at(bucket.offset)) && is_judged_valid(bucket)) {
+            sorted_.push_back(bucket.offset);
+        }
+    }
+    std::sort(sorted_.begin(), sorted_.end(),
+              [this](std::uint32_t left, std::uint32_t right) { return name_at(left) < name_at(right); });
+    is_sorted_ = true;
 }
 
 void Entries::list(std::string_view prefix, value::FunctionRef<void(std::string_view)> visit) {
     if (!is_sorted_) {
-        sorted_.reserve(count_);
-        for (const Bucket& bucket : buckets_) {
-            if (bucket.record) {
-                sorted_.push_back(bucket.record.get());
-            }
-        }
-        std::sort(sorted_.begin(), sorted_.end(),
-                  [](const Record* left, const Record* right) { return left->name() < right->name(); });
-        is_sorted_ = true;
+        sorted_.clear();  // there may have been no memory for all of them
+        sort();
     }
-    for (auto place = place_of(prefix); place != sorted_.end() && value::begins_with((*place)->name(), prefix);
-         ++place) {
-        // A default without its key is nothing to a program.
-        if ((*place)->at(Slot::value).value.has_value()) {
-            visit((*place)->name());
+    for (auto place = sorted_place(prefix); place != sorted_.end(); ++place) {
+        const std::string_view name = name_at(*place);
+        if (!value::begins_with(name, prefix)) {
+            return;
         }
+        visit(name);
+    }
+}
+
+/// Before a change of a key's value.
+void Entries::keep_sorted(const Change& change, bool is_there, std::uint32_t offset) {
+    if (!is_sorted_) {
+        return;
+    }
+    const auto place = sorted_place(change.name);
+    if (!is_there) {
+        if (change.gives_value()) {
+            sorted_.insert(place, offset);
+        }
+    } else if (change.gives_value()) {
+        *place = offset;
+    } else {
+        sorted_.erase(place);
     }
 }
 

@@ -1,7 +1,10 @@
-// The entries of a settings file, by key: each with its value, its default and the places of their lines.
+// The entries of a settings file, by key: an index of its text.
+//
+// A value is judged when it is first asked for, or when a second line of its name comes, since only then does it matter
+// which of the two counts: to judge all of them takes most of the time that opening takes (measured with 10,000 keys).
 #pragma once
 
-#include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -11,42 +14,36 @@
 #include <utility>
 #include <vector>
 
+#include "format/batch.h"
 #include "format/line.h"
+#include "value/content.h"
 #include "value/function_ref.h"
-#include "value/packed.h"
 
 namespace zelva::format {
 
-/// A value, and the place of its line.
-struct Cell {
-    value::Packed value;
-    Place place;
-};
-
+/// Any number of threads may call the const member functions at the same time, but for list().
 class Entries {
   public:
-    /// Makes room for so many keys.
-    void reserve(std::size_t keys);
-    bool is_empty() const { return count_ == 0; }
+    Entries() = default;
+    explicit Entries(std::string&& text) : text_(std::move(text)) {}
+    Entries(const Entries&) = delete;
+    Entries& operator=(const Entries&) = delete;
+    ~Entries();
 
-    /// Adds an entry of a file, whose text outlives this. Gives the place of the entry that it supersedes, if any.
-    std::optional<Place> add(std::string_view name, value::Packed&& value, Place place);
+    /// The file's text, as far as entries refer to it: of lines that have come since it was read, only those of
+    /// entries.
+    std::string_view text() const { return text_; }
 
-    /// nullptr where there is none.
-    const Cell* find(std::string_view key, Slot slot) const;
+    /// Adds what looks like an entry, whose name is a part of the text. Gives the place of the line that it supersedes,
+    /// if any.
+    std::optional<Place> add(std::string_view name);
 
-    /// By its name.
-    Cell* find(std::string_view name);
+    /// Finds a value. What is found lives until the next change.
+    bool find(std::string_view key, Slot slot, value::Content& content) const;
+    bool contains(std::string_view key, Slot slot) const;
 
-    /// Makes room for an entry of this name, which exchange() then cannot lack. An entry that there is needs none.
-    void prepare(std::string_view name);
-
-    /// Puts a cell in the place of an entry's, and hands that out: an empty one for an entry that there is not. Takes
-    /// no memory. REQUIRES: there is such an entry or room for it, or the cell is empty.
-    void exchange(std::string_view name, Cell& cell);
-
-    /// Gives the room back of an entry that is empty.
-    void give_back(std::string_view name);
+    /// The line of an entry; nothing where there is none.
+    std::optional<Place> place_of(std::string_view key, Slot slot) const;
 
     bool has_keys() const;
 
@@ -54,68 +51,67 @@ class Entries {
     /// and later changes keep that order. One thread at a time.
     void list(std::string_view prefix, value::FunctionRef<void(std::string_view)> visit);
 
+    /// Makes room for the changes of a batch, whose lines end at `text_size` at most. put() then takes no memory.
+    void prepare(const Batch& batch, std::size_t text_size);
+    bool is_prepared(const Batch& batch, std::size_t text_size) const;
+
+    /// Makes a change, whose line, if any, is in this place.
+    void put(const Change& change, Place place) noexcept;
+
   private:
-    /// Memory for the records of a file: to ask for that of each by itself takes a fifth of the time that opening takes
-    /// (measured with 10,000 keys). It is given back as a whole.
-    class Pool {
-      public:
-        void* take(std::size_t size);
+    enum State : std::uint32_t;
 
-      private:
-        std::vector<std::unique_ptr<char[]>> blocks_;
-        std::size_t left_ = 0;  // of the last one
-    };
-
-    /// What there is of a key, and its name behind that, in one piece of memory: so a look-up waits for it but once.
-    class Record {
-      public:
-        struct Delete {
-            void operator()(Record* record) const;
-        };
-        using Owner = std::unique_ptr<Record, Delete>;
-
-        /// Without a pool, a record has memory of its own.
-        static Owner make(std::string_view name, Pool* pool);
-
-        std::string_view name() const { return {reinterpret_cast<const char*>(this + 1), size_}; }
-        const Cell& at(Slot slot) const { return slots_[static_cast<std::size_t>(slot)]; }
-        Cell& at(Slot slot) { return slots_[static_cast<std::size_t>(slot)]; }
-        bool is_empty() const { return !slots_[0].value.has_value() && !slots_[1].value.has_value(); }
-
-      private:
-        Record(std::size_t size, bool is_pooled) : size_(static_cast<std::uint32_t>(size)), is_pooled_(is_pooled) {}
-
-        std::array<Cell, 2> slots_;
-        const std::uint32_t size_;
-        const bool is_pooled_;
-    };
-
-    /// A place in a hash table with open addressing: a key is in the bucket that its hash tells, or in one of those
-    /// that follow without an empty one between. The standard library's table is a list of nodes, of which a look-up
-    /// passes through two, and takes twice as long (measured with 10,000 keys).
+    /// An entry in a hash table with open addressing: it is in the bucket that its hash tells, or in one of those that
+    /// follow without an empty one between. With the text, a get waits for two cache lines.
     struct Bucket {
-        Record::Owner record;
-        std::size_t hash = 0;
+        std::atomic<std::uint32_t> tag{0};      // hash and state; 0 for an empty bucket
+        std::uint32_t offset = 0;               // of the name in the text
+        std::atomic<std::uint64_t> content{0};  // of a judged value: a number, where a text lies, or a pointer
+
+        State state() const;
+        void take(Bucket& other);
+        void clear();
     };
 
-    /// The bucket of a key, or the empty one where it would be.
-    std::size_t bucket_of(std::string_view key, std::size_t hash) const;
-    std::size_t after(std::size_t bucket) const { return (bucket + 1) & (buckets_.size() - 1); }
+    /// What an entry is looked up by.
+    struct Name {
+        Name(std::string_view key, Slot slot);
+        explicit Name(std::string_view name) : Name(parse_name(name).key, parse_name(name).slot) {}
 
-    /// nullptr where there is none.
-    Record* record_of(std::string_view key) const;
-    /// The record of a key, and whether it was made just now.
-    std::pair<Record*, bool> record_or_new(std::string_view key, Pool* pool);
-    void remove_record(std::string_view key);
-    void resize_table(std::size_t size);
-    std::vector<Record*>::iterator place_of(std::string_view key);
+        std::string_view key;
+        Slot slot;
+        std::uint32_t hash;
+    };
 
-    Pool pool_;
-    std::size_t count_ = 0;
-    std::vector<Bucket> buckets_;  // none, or a power of two of them, of which seven in eight are in use at most
-    Record* last_added_ = nullptr;
+    std::size_t most_entries() const { return size_ / 4 * 3; }
+    std::size_t after(std::size_t bucket) const { return (bucket + 1) & (size_ - 1); }
+    std::size_t home_of(const Bucket& bucket) const;
+
+    /// The bucket of an entry, or the empty one where it would be.
+    std::size_t bucket_of(const Name& name) const;
+    /// The bucket of an entry with a value; nullptr where there is none.
+    Bucket* find(const Name& name) const;
+    bool is_at(std::uint32_t offset, const Name& name) const;
+    std::string_view name_at(std::uint32_t offset) const;
+    std::string_view line_at(std::uint32_t offset) const;
+    Place place_at(std::uint32_t offset) const;
+
+    bool is_judged_valid(Bucket& bucket) const;
+    State judge(Bucket& bucket) const;
+    static State judged_as(value::Type type);
+    std::uint64_t place_of_text(std::string_view part) const;
+    void make_room(std::size_t entries);
+    void remove(std::size_t bucket);
+    std::vector<std::uint32_t>::iterator sorted_place(std::string_view key);
+    void sort();
+    void keep_sorted(const Change& change, bool is_there, std::uint32_t offset);
+
+    std::string text_;
+    std::unique_ptr<Bucket[]> buckets_;
+    std::size_t size_ = 0;   // of the table: 0, or a power of two
+    std::size_t count_ = 0;  // of its buckets that are in use; three in four at most
     bool is_sorted_ = false;
-    std::vector<Record*> sorted_;  // once there has been a list
+    std::vector<std::uint32_t> sorted_;  // the names of all keys, once there has been a list
 };
 
 }  // namespace zelva::format

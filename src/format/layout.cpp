@@ -4,7 +4,8 @@
 
 namespace zelva::format {
 
-Layout read_layout(std::string_view text, Entries& entries) {
+Layout read_layout(Entries& entries) {
+    const std::string_view text = entries.text();
     Layout layout;
     layout.size = text.size();
     bool has_dead = false;
@@ -31,11 +32,7 @@ Layout read_layout(std::string_view text, Entries& entries) {
         if (line.kind != Kind::entry) {
             continue;
         }
-        if (entries.is_empty()) {
-            constexpr std::size_t usual_line = 48;
-            entries.reserve(text.size() / (2 * usual_line));  // with a default each
-        }
-        if (const auto earlier = entries.add(line.name, std::move(line.value), line.place)) {
+        if (const auto earlier = entries.add(line.name)) {
             layout.supersede({*earlier, hash_of_name(line.name)});
         }
     }

@@ -62,7 +62,7 @@ struct Layout {
     bool is_wasteful() const { return dead > live + live / 2 + page_size; }
 };
 
-/// Reads a file's text into `entries`, which then refer to it. REQUIRES: `entries` is empty.
-Layout read_layout(std::string_view text, Entries& entries);
+/// Reads the text that `entries` has, and adds the entries that it holds.
+Layout read_layout(Entries& entries);
 
 }  // namespace zelva::format

@@ -1,7 +1,5 @@
 #include "format/line.h"
 
-#include <functional>
-
 namespace zelva::format {
 
 namespace {
@@ -37,26 +35,32 @@ void read_line(std::string_view line, Entry& entry) {
         entry.kind = Kind::no_name;
         return;
     }
-    const std::string_view text = value::without_leading_blanks(line.substr(separator + 1));
-    entry.column = line.size() - text.size();
-    entry.value = value::Packed::read(text);
-    entry.kind = entry.value.has_value() ? Kind::entry : Kind::no_value;
+    entry.value_text = value::without_leading_blanks(line.substr(separator + 1));
+    entry.column = line.size() - entry.value_text.size();
+    entry.kind = Kind::entry;
 }
 
-void write_line(std::string_view name, const value::Value& value, std::string& out) {
-    out += name;
-    out += " = ";
-    value::write_value(value, out);
-    out += '\n';
+void judge(Entry& entry) {
+    if (entry.kind == Kind::entry && !value::read_value(entry.value_text)) {
+        entry.kind = Kind::no_value;
+    }
+}
+
+std::string_view value_text_in(std::string_view line) {
+    return value::without_leading_blanks(line.substr(line.find('=') + 1));
+}
+
+std::string line_of(std::string_view name, const value::Value& value) {
+    std::string line(name);
+    line += " = ";
+    value::write_value(value, line);
+    line += '\n';
+    return line;
 }
 
 std::optional<std::string_view> name_in(std::string_view line) {
     const std::size_t end = line.find('=');
     return end == std::string_view::npos ? std::nullopt : std::optional(value::trimmed(line.substr(0, end)));
-}
-
-std::uint32_t hash_of_name(std::string_view name) {
-    return static_cast<std::uint32_t>(std::hash<std::string_view>()(name));
 }
 
 bool is_name(std::string_view name) {

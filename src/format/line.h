@@ -9,12 +9,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
 
-#include "value/packed.h"
 #include "value/text.h"
+#include "value/value.h"
 
 namespace zelva::format {
 
@@ -33,27 +34,58 @@ struct Place {
 /// An entry, or why a line is none.
 enum class Kind : std::uint8_t { entry, blank, comment, dead, damaged, no_equals_sign, no_name, no_value };
 
-/// What a line says. The name is a part of the line, and the value refers to it.
+/// What a line says. The name and the text of the value are parts of the line.
 struct Entry {
     Kind kind = Kind::blank;
-    std::size_t column = 0;  // where that which is wrong begins, in bytes from the line's first one
+    std::size_t column = 0;  // where that which is wrong begins, in bytes from the line's first one; or the value
     std::string_view name;
-    value::Packed value;
+    std::string_view value_text;
 };
 
-/// Reads a line, given without its line feed, into `entry`. Where the line is none, only its kind and column hold.
-/// REQUIRES: it holds no NUL.
+/// Reads a line, given without its line feed, into `entry`. Where the line is none, only its kind and column hold. The
+/// value is not judged: that takes most of the time, and mostly nobody asks for it. REQUIRES: it holds no NUL.
 void read_line(std::string_view line, Entry& entry);
 
-/// Appends the line of an entry, line feed included. REQUIRES: is_name(name), and the value is storable.
-void write_line(std::string_view name, const value::Value& value, std::string& out);
+/// Judges the value of what looks like an entry: without a value it is none.
+void judge(Entry& entry);
+
+/// The text of a value in a line that begins with a name, or with what looks like one.
+std::string_view value_text_in(std::string_view line);
+
+/// The line of an entry, line feed included. REQUIRES: is_name(name), and the value is storable.
+std::string line_of(std::string_view name, const value::Value& value);
 
 /// What precedes the first '=' of a line, or of the beginning of one, without blanks: the name of an entry, dead or
 /// not. Nothing where there is no '='.
 std::optional<std::string_view> name_in(std::string_view line);
 
-/// Tells a name from most others.
-std::uint32_t hash_of_name(std::string_view name);
+/// Tells a name from most others. A multiplication for each eight bytes, inline: the standard library's takes twice as
+/// long for a usual name.
+inline std::uint32_t hash_of_name(std::string_view name) {
+    const char* const bytes = name.data();
+    const std::size_t size = name.size();
+    const auto word_at = [bytes](std::size_t offset, auto word) {
+        std::memcpy(&word, bytes + offset, sizeof word);
+        return std::uint64_t{word};
+    };
+    std::uint64_t hash = size;
+    const auto add = [&hash](std::uint64_t word) {
+        hash = (hash ^ word) * 0x9E3779B97F4A7C15U;  // 2^64 by the golden ratio: Fibonacci hashing
+        hash ^= hash >> 32U;
+    };
+    if (size >= 8) {
+        for (std::size_t i = 0; i + 8 < size; i += 8) {
+            add(word_at(i, std::uint64_t{}));
+        }
+        add(word_at(size - 8, std::uint64_t{}));
+    } else if (size >= 4) {
+        add(word_at(0, std::uint32_t{}) << 32U | word_at(size - 4, std::uint32_t{}));
+    } else if (size > 0) {
+        add(word_at(0, std::uint8_t{}) << 16U | word_at(size / 2, std::uint8_t{}) << 8U |
+            word_at(size - 1, std::uint8_t{}));
+    }
+    return static_cast<std::uint32_t>(hash);
+}
 
 /// Whether an entry that is written under this name is read back under it: the name is not empty, holds no '=', no line
 /// feed and no NUL, has no blanks at its ends, and does not begin like a comment.

@@ -9,7 +9,6 @@
 namespace zelva::store {
 
 using format::Batch;
-using format::Cell;
 using format::Entries;
 using format::Slot;
 using value::Type;
@@ -19,10 +18,16 @@ namespace {
 
 constexpr std::string_view version_key = "Version";
 
-format::Change change_of(const Entries& entries, std::string_view key, Slot slot, std::optional<Value> value) {
-    const Cell* present = entries.find(key, slot);
-    return {format::entry_name(key, slot), std::move(value),
-            present == nullptr ? std::nullopt : std::optional(present->place)};
+/// `value` is nullptr for a removal.
+format::Change change_of(const Entries& entries, std::string_view key, Slot slot, const Value* value) {
+    std::string name = format::entry_name(key, slot);
+    std::string line = value != nullptr ? format::line_of(name, *value) : std::string();
+    return {std::move(name), std::move(line), entries.place_of(key, slot)};
+}
+
+/// Whether the line of an entry is that of the change, byte for byte: a person may have written it otherwise.
+bool is_so(const Entries& entries, const format::Change& change) {
+    return change.place && entries.text().substr(change.place->offset, change.place->size) == change.line;
 }
 
 }  // namespace
@@ -32,38 +37,34 @@ bool is_writable_key(std::string_view key) {
 }
 
 Decision decide_set(const Entries& entries, std::string_view key, Slot slot, const Value& value) {
-    const Cell* present = entries.find(key, Slot::value);
+    value::Content present;
     Batch batch;
-    if (present == nullptr) {
-        batch.push_back(change_of(entries, key, Slot::default_value, value));
-        batch.push_back(change_of(entries, key, Slot::value, value));
+    if (!entries.find(key, Slot::value, present)) {
+        batch.push_back(change_of(entries, key, Slot::default_value, &value));
+        batch.push_back(change_of(entries, key, Slot::value, &value));
         return Decision::changed(std::move(batch));
     }
-    if (present->value.type() != type_of(value)) {
+    if (present.type() != type_of(value)) {
         return Decision::refused(ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE);
     }
-    if (slot == Slot::default_value) {
-        present = entries.find(key, slot);
-    }
-    batch.push_back(change_of(entries, key, slot, value));
-    const bool is_so = present != nullptr && value::is_same(present->value, value);
-    return is_so ? Decision::kept(std::move(batch)) : Decision::changed(std::move(batch));
+    batch.push_back(change_of(entries, key, slot, &value));
+    return is_so(entries, batch[0]) ? Decision::kept(std::move(batch)) : Decision::changed(std::move(batch));
 }
 
 Decision decide_copy(const Entries& entries, Type type, std::string_view old_key, std::string_view new_key) {
-    const value::Packed* old = nullptr;
+    value::Content old;
     const zelva_core_status status = find_value(entries, old_key, Slot::value, type, old);
-    return status == ZELVA_CORE_STATUS_NO_ERROR ? decide_set(entries, new_key, Slot::value, old->value())
+    return status == ZELVA_CORE_STATUS_NO_ERROR ? decide_set(entries, new_key, Slot::value, old.value())
                                                 : Decision::refused(status);
 }
 
 Decision decide_remove(const Entries& entries, std::string_view key) {
-    if (entries.find(key, Slot::value) == nullptr) {
+    if (!entries.contains(key, Slot::value)) {
         return Decision::refused(ZELVA_CORE_STATUS_SETTING_NOT_PRESENT);
     }
     Batch batch;
-    batch.push_back(change_of(entries, key, Slot::value, std::nullopt));
-    batch.push_back(change_of(entries, key, Slot::default_value, std::nullopt));
+    batch.push_back(change_of(entries, key, Slot::value, nullptr));
+    batch.push_back(change_of(entries, key, Slot::default_value, nullptr));
     return Decision::changed(std::move(batch));
 }
 
@@ -83,47 +84,44 @@ Decision decide_all(const Entries& entries, const std::vector<Wish>& wishes) {
 }
 
 Decision decide_announce(const Entries& entries, unsigned announced, unsigned& old) {
-    const Cell* version = entries.find(version_key, Slot::value);
-    if (version != nullptr && version->value.type() != value::type_for<int>) {
+    value::Content version;
+    const bool is_there = entries.find(version_key, Slot::value, version);
+    if (is_there && version.type() != value::type_for<int>) {
         return Decision::refused(ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE);
     }
     // A version below 1, which only a person can have written, stands for none.
-    const auto present = version == nullptr ? 0U : static_cast<unsigned>(std::max(version->value.get<int>(), 0));
+    const auto present = is_there ? static_cast<unsigned>(std::max(version.get<int>(), 0)) : 0U;
     // A default without its key is no key.
     old = entries.has_keys() ? present : announced;
     Batch batch;
     if (announced <= present) {
         return Decision::kept({});
     }
-    if (version == nullptr) {
+    if (!is_there) {
         // The version has no default, and is not to come by one that a person or a refused change has left.
-        batch.push_back(change_of(entries, version_key, Slot::default_value, std::nullopt));
+        batch.push_back(change_of(entries, version_key, Slot::default_value, nullptr));
     }
-    batch.push_back(change_of(entries, version_key, Slot::value, Value(static_cast<int>(announced))));
+    const Value value(static_cast<int>(announced));
+    batch.push_back(change_of(entries, version_key, Slot::value, &value));
     return Decision::changed(std::move(batch));
 }
 
 zelva_core_status find_value(const Entries& entries, std::string_view key, Slot slot, Type type,
-                             const value::Packed*& found) {
-    const Cell* entry = entries.find(key, Slot::value);
-    if (entry == nullptr) {
+                             value::Content& found) {
+    if (!entries.find(key, Slot::value, found)) {
         return ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
     }
-    if (entry->value.type() != type) {
+    if (found.type() != type) {
         return ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE;
     }
-    if (slot == Slot::default_value) {
-        entry = entries.find(key, slot);
-        if (entry == nullptr) {
-            return ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
-        }
-        // Only a file that a person has edited has a default of another type than its key.
-        if (entry->value.type() != type) {
-            return ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE;
-        }
+    if (slot == Slot::value) {
+        return ZELVA_CORE_STATUS_NO_ERROR;
     }
-    found = &entry->value;
-    return ZELVA_CORE_STATUS_NO_ERROR;
+    if (!entries.find(key, slot, found)) {
+        return ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
+    }
+    // Only a file that a person has edited has a default of another type than its key.
+    return found.type() == type ? ZELVA_CORE_STATUS_NO_ERROR : ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE;
 }
 
 }  // namespace zelva::store

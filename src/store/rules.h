@@ -20,7 +20,7 @@ namespace zelva::store {
 struct Decision {
     enum class Action {
         refuse,
-        keep,       // the entries are so; only lines that are not what would be written are written
+        keep,       // the file says so, byte for byte
         change,     // the file and the entries
         checkpoint  // flush all that was changed before
     };
@@ -68,6 +68,6 @@ Decision decide_announce(const format::Entries& entries, unsigned announced, uns
 
 /// Finds the value in a slot of a key of the given type.
 zelva_core_status find_value(const format::Entries& entries, std::string_view key, format::Slot slot, value::Type type,
-                             const value::Packed*& found);
+                             value::Content& found);
 
 }  // namespace zelva::store

@@ -14,8 +14,6 @@ using file::Error;
 using file::Loaded;
 using file::StoreFile;
 using format::Batch;
-using format::Cell;
-using format::Change;
 using format::Entries;
 
 zelva_core_status Store::open(std::string_view name) {
@@ -51,7 +49,7 @@ zelva_core_status Store::status_of(const Loaded& loaded) const {
 
 void Store::adopt(Loaded& loaded) {
     file_->adopt(loaded);
-    std::swap(snapshot_, loaded.contents);
+    std::swap(snapshot_, loaded.entries);
 }
 
 zelva_core_status Store::load_again() {
@@ -142,11 +140,11 @@ void Store::after_fork_in_child() {
 
 bool Store::contains(std::string_view key) {
     const HoldShared lock(memory_);
-    return refresh() == ZELVA_CORE_STATUS_NO_ERROR && snapshot_ && snapshot_->entries.find(key, Slot::value) != nullptr;
+    return refresh() == ZELVA_CORE_STATUS_NO_ERROR && snapshot_ && snapshot_->contains(key, Slot::value);
 }
 
 zelva_core_status Store::read(std::string_view key, Slot slot, Type type,
-                              FunctionRef<void(const value::Packed&)> visit) {
+                              FunctionRef<void(const value::Content&)> visit) {
     if (format::is_default_name(key)) {
         return ZELVA_CORE_STATUS_INVALID_PARAMS;  // whatever has become of the file
     }
@@ -157,10 +155,10 @@ zelva_core_status Store::read(std::string_view key, Slot slot, Type type,
     if (!snapshot_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;
     }
-    const value::Packed* found = nullptr;
-    const zelva_core_status status = find_value(snapshot_->entries, key, slot, type, found);
+    value::Content found;
+    const zelva_core_status status = find_value(*snapshot_, key, slot, type, found);
     if (status == ZELVA_CORE_STATUS_NO_ERROR) {
-        visit(*found);
+        visit(found);
     }
     return status;
 }
@@ -230,7 +228,7 @@ zelva_core_status SettingsStore::commit(FunctionRef<Decision(const Entries&)> de
         if (const zelva_core_status status = begin(writing)) {
             return status;
         }
-        const zelva_core_status status = carry_out(writing, decide(writing.snapshot->entries));
+        const zelva_core_status status = carry_out(writing, decide(*writing.snapshot));
         if (attempt == most_attempts || !writing.file->is_stale()) {
             return status;
         }
@@ -249,13 +247,8 @@ zelva_core_status SettingsStore::begin(Writing& writing) {
     }
     writing.lock_error = writing.file->lock();
     writing.is_locked = !writing.lock_error;
-    if (writing.is_locked) {
-        if (const zelva_core_status status = update(*writing.file)) {
-            return status;
-        }
-    }
-    writing.snapshot = snapshot();
-    return ZELVA_CORE_STATUS_NO_ERROR;
+    look(writing);
+    return writing.is_locked ? update(writing) : ZELVA_CORE_STATUS_NO_ERROR;
 }
 
 zelva_core_status SettingsStore::carry_out(Writing& writing, const Decision& decision) {
@@ -272,11 +265,7 @@ zelva_core_status SettingsStore::carry_out(Writing& writing, const Decision& dec
         const bool is_done = file.is_flushed() && !file.has_superseded_lines();
         return is_done ? ZELVA_CORE_STATUS_NO_ERROR : file::status_of(flush(writing, file.has_superseded_lines()));
     }
-    // A person may have written a line otherwise.
-    const auto is_written = [&file](const Change& change) {
-        return file.has_line(*change.place, format::lines_of(&change, &change + 1));
-    };
-    if (is_kept && std::all_of(decision.batch.begin(), decision.batch.end(), is_written)) {
+    if (is_kept) {
         // Whoever has written it may not have flushed it.
         const bool is_durable = durability_ == ZELVA_CORE_DURABILITY_FULL;
         return is_durable && !file.is_flushed() ? file::status_of(flush(writing, false)) : ZELVA_CORE_STATUS_NO_ERROR;
@@ -284,128 +273,57 @@ zelva_core_status SettingsStore::carry_out(Writing& writing, const Decision& dec
     return file::status_of(apply(writing, decision.batch));
 }
 
-struct SettingsStore::Delta {
-    struct Entry {
-        std::string_view name;
-        bool is_removal;
-        Cell cell;  // after the change; once that is published, before it. Empty: there is no such entry
-    };
-
-    Delta(SettingsStore& store_, Snapshot& snapshot_) : store(store_), snapshot(snapshot_) {}
-    Delta(const Delta&) = delete;
-    Delta& operator=(const Delta&) = delete;
-
-    /// Gives back the room of entries that have not come to be.
-    ~Delta() {
-        if (!is_published && !entries.empty()) {
-            const Hold lock(store.memory_);
-            give_back_room();
-        }
-    }
-
-    void give_back_room() {
-        for (const Entry& entry : entries) {
-            if (!is_published || entry.is_removal) {
-                snapshot.entries.give_back(entry.name);
-            }
-        }
-    }
-
-    SettingsStore& store;
-    Snapshot& snapshot;
-    std::vector<Entry> entries;
-    bool is_published = false;
-};
-
-namespace {
-
-/// Notes where the lines of a file lie that was written anew.
-void move_lines(Snapshot& snapshot, const file::Applied& applied) {
-    for (const auto& [name, place] : applied.moved) {
-        if (Cell* const cell = snapshot.entries.find(name)) {
-            cell->place = place;
-        }
-    }
-}
-
-}  // namespace
-
 Error SettingsStore::apply(Writing& writing, const Batch& batch) {
-    Entries& entries = writing.snapshot->entries;
     // What the change needs in memory is taken here, since nothing may fail once the file has changed.
-    Delta delta(*this, *writing.snapshot);
-    delta.entries.reserve(batch.size());
-    for (const Change& change : batch) {
-        delta.entries.push_back({change.name, !change.value, {}});
-        if (change.value) {
-            delta.entries.back().cell.value = value::Packed(*change.value);
-        }
+    const std::size_t text_size = writing.file->most_text(batch);
+    if (!writing.snapshot->is_prepared(batch, text_size)) {
+        const Hold lock(memory_);
+        writing.snapshot->prepare(batch, text_size);
     }
-    for (const Change& change : batch) {
-        if (change.value && !change.place) {
-            const Hold lock(memory_);
-            entries.prepare(change.name);
-        }
-    }
-    return change(writing, delta, [&, durability = durability_] {
-        const file::Applied applied = writing.file->apply(batch, durability);
-        if (!applied.error) {
-            for (std::size_t i = 0; i < batch.size(); ++i) {
-                delta.entries[i].cell.place = applied.places[i];
-            }
-            move_lines(*writing.snapshot, applied);
-        }
-        return applied.error;
-    });
+    return change(writing, batch, [&, durability = durability_] { return writing.file->apply(batch, durability); });
 }
 
 Error SettingsStore::flush(Writing& writing, bool is_checkpoint) {
-    Delta none(*this, *writing.snapshot);
-    return change(writing, none, [&] {
-        const file::Applied applied = writing.file->flush(is_checkpoint);
-        move_lines(*writing.snapshot, applied);
-        return applied.error;
-    });
+    return change(writing, {}, [&] { return writing.file->flush(is_checkpoint); });
 }
 
-Error SettingsStore::change(Writing& writing, Delta& delta, FunctionRef<Error()> work) {
-    if (const Error error = writing.file->begin_change()) {
-        return error;
+Error SettingsStore::change(Writing& writing, const Batch& batch, FunctionRef<file::Applied()> work) {
+    Delta delta{batch, {}};
+    delta.applied.error = writing.file->begin_change();
+    if (delta.applied.error) {
+        return delta.applied.error;
     }
     try {
-        Error error = work();
-        publish(writing, delta, error);
-        return error;
+        delta.applied = work();
+        publish(writing, delta);
     } catch (...) {
-        Error error = file::error_of("malloc", ENOMEM);
-        publish(writing, delta, error);
+        delta.applied.error = file::error_of("malloc", ENOMEM);
+        publish(writing, delta);
         throw;
     }
+    return delta.applied.error;
 }
 
-void SettingsStore::publish(Writing& writing, Delta& delta, Error& error) noexcept {
+void SettingsStore::publish(Writing& writing, Delta& delta) noexcept {
+    file::Applied& applied = delta.applied;
     const Hold ending(ending_);
     const Error end = writing.file->end_change();
-    error = error ? error : end;
+    applied.error = applied.error ? applied.error : end;
     const Hold lock(memory_);
-    if (!error) {
-        for (Delta::Entry& entry : delta.entries) {
-            delta.snapshot.entries.exchange(entry.name, entry.cell);
+    if (!applied.error && applied.entries) {
+        std::swap(snapshot_, applied.entries);
+    } else if (!applied.error) {
+        for (std::size_t i = 0; i < delta.batch.size(); ++i) {
+            snapshot_->put(delta.batch[i], applied.places[i]);
         }
-        delta.is_published = true;
-        delta.give_back_room();
     }
     writing.file->adopt_change();
 }
 
-std::shared_ptr<StoreFile> SettingsStore::open_file() const {
+void SettingsStore::look(Writing& writing) const {
     const HoldShared lock(memory_);
-    return file_;
-}
-
-std::shared_ptr<Snapshot> SettingsStore::snapshot() const {
-    const HoldShared lock(memory_);
-    return snapshot_;
+    writing.snapshot = snapshot_;
+    writing.known = writing.file->revision();
 }
 
 zelva_core_status SettingsStore::follow_links(std::shared_ptr<StoreFile>& file) {
@@ -424,21 +342,14 @@ zelva_core_status SettingsStore::follow_links(std::shared_ptr<StoreFile>& file) 
     return ZELVA_CORE_STATUS_NO_ERROR;
 }
 
-bool SettingsStore::is_unchanged(const StoreFile& file) const {
-    file::Revision known;
-    {
-        const HoldShared lock(memory_);  // readers may be reading the file again
-        known = file.revision();
-    }
-    return file.is_unchanged(known);
-}
-
-zelva_core_status SettingsStore::update(StoreFile& file) {
-    if (is_unchanged(file)) {
+zelva_core_status SettingsStore::update(Writing& writing) {
+    if (writing.file->is_unchanged(writing.known)) {
         return ZELVA_CORE_STATUS_NO_ERROR;
     }
-    file.look_for_links();
-    return load(file, StoreFile::Access::locked);
+    writing.file->look_for_links();
+    const zelva_core_status status = load(*writing.file, StoreFile::Access::locked);
+    look(writing);
+    return status;
 }
 
 zelva_core_status SettingsStore::load(const StoreFile& file, StoreFile::Access access) {
@@ -498,16 +409,15 @@ void SettingsStore::trim() {
         return;
     }
     const bool is_last = file->is_alone();
+    look(writing);
     // If another program has written the file meanwhile and is still there, the padding is for it.
-    if (!is_last && !is_unchanged(*file)) {
+    if (!is_last && !file->is_unchanged(writing.known)) {
         return;
     }
-    if (update(*file) == ZELVA_CORE_STATUS_NO_ERROR && is_untrimmed()) {
-        writing.snapshot = snapshot();
-        Delta none(*this, *writing.snapshot);
-        change(writing, none, [&] {
+    if (update(writing) == ZELVA_CORE_STATUS_NO_ERROR && is_untrimmed()) {
+        change(writing, {}, [&] {
             file->trim(is_last);
-            return Error();
+            return file::Applied();
         });
     }
 }
@@ -523,11 +433,11 @@ zelva_core_status SettingsStore::type(std::string_view key, Type& type) {
     if (!snapshot_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;
     }
-    const Cell* entry = snapshot_->entries.find(key, Slot::value);
-    if (entry == nullptr) {
+    value::Content found;
+    if (!snapshot_->find(key, Slot::value, found)) {
         return ZELVA_CORE_STATUS_SETTING_NOT_PRESENT;
     }
-    type = entry->value.type();
+    type = found.type();
     return ZELVA_CORE_STATUS_NO_ERROR;
 }
 
@@ -540,7 +450,7 @@ zelva_core_status SettingsStore::list(std::string_view prefix, FunctionRef<void(
     if (!snapshot_) {
         return ZELVA_CORE_STATUS_NOT_INITIALIZED;
     }
-    snapshot_->entries.list(prefix, visit);
+    snapshot_->list(prefix, visit);
     return ZELVA_CORE_STATUS_NO_ERROR;
 }
 

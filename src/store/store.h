@@ -35,7 +35,7 @@ struct Versions {
 
 /// What readers see, replaced as a whole when the file has been read again. Only the holder of the writer's lock
 /// changes entries, and asks for the places of their lines.
-using Snapshot = file::FileText;
+using Snapshot = format::Entries;
 
 /// What the two stores share: a file that has been read, and its entries.
 class Store {
@@ -51,7 +51,7 @@ class Store {
 
     /// Calls `visit` with the value in one slot of a key of this type. `visit` may throw; it runs under the store's
     /// lock and must not call the store.
-    zelva_core_status read(std::string_view key, Slot slot, Type type, FunctionRef<void(const value::Packed&)> visit);
+    zelva_core_status read(std::string_view key, Slot slot, Type type, FunctionRef<void(const value::Content&)> visit);
 
     bool contains(std::string_view key);
 
@@ -157,13 +157,17 @@ class SettingsStore : public Store {
     zelva_core_status versions(unsigned& stored, unsigned& announced) const;
 
   private:
-    /// Entries after a change and, once it is published, before it.
-    struct Delta;
+    /// What a change makes of the entries, once it is published.
+    struct Delta {
+        const format::Batch& batch;
+        file::Applied applied;
+    };
 
     /// The open store while it is being changed, as its writer knows it.
     struct Writing {
         std::shared_ptr<file::StoreFile> file;
         std::shared_ptr<Snapshot> snapshot;
+        file::Revision known;    // the snapshot's
         file::Error lock_error;  // why the file cannot be changed, if so
         bool is_locked = false;
 
@@ -186,15 +190,18 @@ class SettingsStore : public Store {
     file::Error flush(Writing& writing, bool is_checkpoint) REQUIRES(writing_) EXCLUDES(memory_);
 
     /// A change of the file: `work()` makes it, and then it is published.
-    file::Error change(Writing& writing, Delta& delta, FunctionRef<file::Error()> work) REQUIRES(writing_)
-        EXCLUDES(memory_);
+    file::Error change(Writing& writing, const format::Batch& batch, FunctionRef<file::Applied()> work)
+        REQUIRES(writing_) EXCLUDES(memory_);
 
     /// Ends a change of the file for other programs and for readers of this one, who see nothing between the two. The
-    /// one function that changes what readers see, but for adopt(). `error` is that of the change, before and after.
-    void publish(Writing& writing, Delta& delta, file::Error& error) noexcept REQUIRES(writing_) EXCLUDES(memory_);
+    /// one function that changes what readers see, but for adopt().
+    void publish(Writing& writing, Delta& delta) noexcept REQUIRES(writing_) EXCLUDES(memory_);
 
-    std::shared_ptr<file::StoreFile> open_file() const EXCLUDES(memory_);
-    std::shared_ptr<Snapshot> snapshot() const EXCLUDES(memory_);
+    /// The open file. It is replaced only by who holds writing_, so this takes no other lock.
+    const std::shared_ptr<file::StoreFile>& open_file() const REQUIRES(writing_) NO_ANALYSIS { return file_; }
+
+    /// Takes what readers see just now: they may be reading the file again.
+    void look(Writing& writing) const EXCLUDES(memory_);
 
     /// Goes over to the file to which the store's path leads by now.
     zelva_core_status follow_links(std::shared_ptr<file::StoreFile>& file) REQUIRES(writing_) EXCLUDES(memory_);
@@ -203,11 +210,8 @@ class SettingsStore : public Store {
     zelva_core_status load(const file::StoreFile& file, file::StoreFile::Access access) REQUIRES(writing_)
         EXCLUDES(memory_);
 
-    /// Whether nobody has changed the file. REQUIRES: the file's lock is held.
-    bool is_unchanged(const file::StoreFile& file) const EXCLUDES(memory_);
-
     /// Reads the file again if it has changed. REQUIRES: the file's lock is held.
-    zelva_core_status update(file::StoreFile& file) REQUIRES(writing_) EXCLUDES(memory_);
+    zelva_core_status update(Writing& writing) REQUIRES(writing_) EXCLUDES(memory_);
 
     /// Leaves the file as a person would, where that can be done.
     void trim() REQUIRES(writing_) EXCLUDES(memory_);

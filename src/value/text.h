@@ -11,6 +11,7 @@
 // A blank is a space or a tab. That numbers allow text after them and booleans do not is a rule that files rely on.
 #pragma once
 
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -32,7 +33,7 @@ bool is_same(const Value& left, const Value& right);
 bool is_storable(const Value& value);
 
 inline bool begins_with(std::string_view text, std::string_view prefix) {
-    return text.substr(0, prefix.size()) == prefix;
+    return text.size() >= prefix.size() && std::memcmp(text.data(), prefix.data(), prefix.size()) == 0;
 }
 
 inline bool is_blank(char c) {

@@ -20,23 +20,22 @@ using Action = Decision::Action;
 
 constexpr auto type_int = ZELVA_CORE_SETTING_TYPE_INT;
 
-/// The entries of a file, which outlives them.
-Entries entries_of(std::string_view file) {
-    Entries entries;
-    zelva::format::Reader reader(file);
-    for (zelva::format::Line line; reader.next(line);) {
-        BOOST_REQUIRE(line.kind == zelva::format::Kind::entry);
-        entries.add(line.name, std::move(line.value), line.place);
+/// The entries of a file.
+struct FileEntries : Entries {
+    explicit FileEntries(std::string_view file) : Entries(std::string(file)) {
+        zelva::format::Reader reader(text());
+        for (zelva::format::Line line; reader.next(line);) {
+            BOOST_REQUIRE(line.kind == zelva::format::Kind::entry);
+            add(line.name);
+        }
     }
-    return entries;
-}
+};
 
 /// The changes of a batch: the line that is written, or the name that is removed, and the old line in the file.
 Strings changes_of(const Decision& decision, std::string_view file) {
     Strings changes;
     for (const zelva::format::Change& change : decision.batch) {
-        std::string text =
-            change.value ? zelva::format::lines_of(&change, &change + 1) : "remove " + change.name + "\n";
+        std::string text = change.gives_value() ? change.line : "remove " + change.name + "\n";
         text.pop_back();
         if (change.place) {
             const std::string_view old = file.substr(change.place->offset, change.place->size);
@@ -66,17 +65,17 @@ void check_refused(const Decision& decision, std::string_view file, zelva_core_s
 
 /// Sets "k", or its default.
 Decision set(std::string_view file, const Value& value, Slot slot = Slot::value) {
-    return zelva::store::decide_set(entries_of(file), "k", slot, value);
+    return zelva::store::decide_set(FileEntries(file), "k", slot, value);
 }
 Decision set_default(std::string_view file, const Value& value) {
     return set(file, value, Slot::default_value);
 }
 /// Copies the int "k" to "l".
 Decision copy(std::string_view file, std::string_view to = "l") {
-    return zelva::store::decide_copy(entries_of(file), type_int, "k", to);
+    return zelva::store::decide_copy(FileEntries(file), type_int, "k", to);
 }
 Decision remove_k(std::string_view file) {
-    return zelva::store::decide_remove(entries_of(file), "k");
+    return zelva::store::decide_remove(FileEntries(file), "k");
 }
 
 }  // namespace
@@ -108,10 +107,17 @@ BOOST_AUTO_TEST_CASE(a_set_of_a_present_key_changes_its_own_line_alone) {
 }
 
 BOOST_AUTO_TEST_CASE(a_set_of_the_same_value_keeps_the_entries) {
-    const char* const file = "DEFAULT_k = I9\nk = I5 and more\n";
-    check(set(file, 5), file, Action::keep, {"k = I5, was k = I5 and more"});
+    const char* const file = "DEFAULT_k = I9\nk = I5\n";
+    check(set(file, 5), file, Action::keep, {"k = I5, was k = I5"});
     check(set_default(file, 9), file, Action::keep, {"DEFAULT_k = I9, was DEFAULT_k = I9"});
     check(set("k = D0\n", -0.0), "k = D0\n", Action::change, {"k = D-0, was k = D0"});
+}
+
+BOOST_AUTO_TEST_CASE(a_line_that_a_person_has_written_otherwise_is_written_anew) {
+    for (const std::string line : {"k = I5 and more", " k = I5", "k=I5", "k  = I5", "k = I05"}) {
+        check(set(line + "\n", 5), line + "\n", Action::change, {"k = I5, was " + line});
+        check(set(line, 5), line, Action::change, {"k = I5, was " + line});
+    }
 }
 
 BOOST_AUTO_TEST_CASE(a_key_without_default_gets_one_when_that_is_set) {
@@ -188,7 +194,7 @@ BOOST_AUTO_TEST_CASE(a_version_is_written_without_a_default_if_it_is_higher_than
     };
     for (const Case& test : cases) {
         unsigned old = 99;
-        check(zelva::store::decide_announce(entries_of(test.file), test.announced, old), test.file, test.action,
+        check(zelva::store::decide_announce(FileEntries(test.file), test.announced, old), test.file, test.action,
               test.changes);
         BOOST_CHECK_EQUAL(test.old, old);
     }
@@ -197,7 +203,7 @@ BOOST_AUTO_TEST_CASE(a_version_is_written_without_a_default_if_it_is_higher_than
 BOOST_AUTO_TEST_CASE(a_version_that_is_no_int_is_refused_and_leaves_the_result_as_it_was) {
     for (const char* file : {"Version = S3\n", "Version = D3\n", "k = I1\nVersion = BTRUE\n"}) {
         unsigned old = 99;
-        check_refused(zelva::store::decide_announce(entries_of(file), 3, old), file,
+        check_refused(zelva::store::decide_announce(FileEntries(file), 3, old), file,
                       ZELVA_CORE_STATUS_INCORRECT_SETTING_TYPE);
         BOOST_CHECK_EQUAL(99U, old);
     }

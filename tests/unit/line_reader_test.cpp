@@ -57,11 +57,14 @@ void check_next(Reader& reader, Line& line, const Case& expected, std::size_t nu
                 std::size_t size) {
     BOOST_TEST_CONTEXT("line " << number << ": " << without_nuls(expected.line)) {
         BOOST_REQUIRE(reader.next(line));
+        const Kind unjudged = line.kind;
+        judge(line);
+        BOOST_CHECK(unjudged == line.kind || (unjudged == Kind::entry && line.kind == Kind::no_value));
         BOOST_CHECK(line.kind == expected.kind);
         BOOST_CHECK_EQUAL(expected.column, line.column);
         if (!expected.name.empty()) {
             BOOST_CHECK_EQUAL(expected.name, line.name);
-            BOOST_CHECK_EQUAL(expected.kind == Kind::entry, line.value.has_value());
+            BOOST_CHECK_EQUAL(line.text.substr(line.column), line.value_text);
         }
         BOOST_CHECK(expected.line == line.text);
         BOOST_CHECK_EQUAL(number, line.number);
@@ -129,9 +132,9 @@ BOOST_AUTO_TEST_CASE(the_value_of_an_entry_is_what_follows_its_column) {
     Reader reader(text);
     Line line;
     BOOST_REQUIRE(reader.next(line));
-    BOOST_CHECK_EQUAL(1, line.value.get<int>());
+    BOOST_CHECK_EQUAL("I1", line.value_text);
     BOOST_REQUIRE(reader.next(line));
-    BOOST_CHECK_EQUAL(" x ", line.value.get<std::string>());
+    BOOST_CHECK_EQUAL("S x ", line.value_text);
 }
 
 BOOST_AUTO_TEST_SUITE_END()

@@ -10,7 +10,6 @@
 
 #include "simulated_disk.h"
 #include "support.h"
-#include "value/packed.h"
 #include "value/text.h"
 
 BOOST_AUTO_TEST_SUITE(numbers)
@@ -35,9 +34,9 @@ bool is_kept(double number, std::string& text) {
     }
     text.clear();
     zelva::value::write_value(value, text);
-    const auto read = zelva::value::Packed::read(text);
-    return zelva::value::is_storable(value) && text.find(',') == std::string::npos && read.has_value() &&
-           read.type() == ZELVA_CORE_SETTING_TYPE_DOUBLE && is_same_number(read.get<double>(), number);
+    const auto read = zelva::value::read_value(text);
+    return zelva::value::is_storable(value) && text.find(',') == std::string::npos && read &&
+           std::holds_alternative<double>(*read) && is_same_number(std::get<double>(*read), number);
 }
 
 /// Every so many bit patterns of a float, in two threads.

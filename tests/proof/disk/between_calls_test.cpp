@@ -128,7 +128,7 @@ BOOST_AUTO_TEST_CASE(a_file_does_not_become_longer_than_two_gibibytes) {
     layout.size = INT_MAX - 8000;
     file::Writer writer(none, layout, ZELVA_CORE_DURABILITY_FULL);
     std::vector<format::Place> places;
-    BOOST_CHECK_EQUAL(EFBIG, writer.apply({{"k", Value(1), {}}}, places).number);
+    BOOST_CHECK_EQUAL(EFBIG, writer.apply({{"k", "k = I1\n", {}}}, places).number);
     BOOST_CHECK_EQUAL(INT_MAX - 8000, layout.size);
 }
 
@@ -926,16 +926,18 @@ BOOST_AUTO_TEST_CASE(what_a_writer_knows_of_a_file_is_what_the_file_holds) {
         const bool is_present = line_of(key).has_value();
         const bool is_removed = is_present && i % 3 == 0;
         const std::size_t sizes[] = {1, 200, 500, 700, 5000};
-        const Value value(std::string(sizes[i % 5], 'v'));
+        const auto change_to = [&](const std::string& name) {
+            return format::Change{name, format::line_of(name, Value(std::string(sizes[i % 5], 'v'))), line_of(name)};
+        };
         format::Batch changes;
         if (is_removed) {
             changes.push_back({key, {}, line_of(key)});
             changes.push_back({"DEFAULT_" + key, {}, line_of("DEFAULT_" + key)});
         } else {
             if (!is_present) {
-                changes.push_back({"DEFAULT_" + key, value, {}});
+                changes.push_back(change_to("DEFAULT_" + key));
             }
-            changes.push_back({key, value, line_of(key)});
+            changes.push_back(change_to(key));
         }
         file::Writer writer(descriptor, layout, ZELVA_CORE_DURABILITY_FULL);
         std::vector<format::Place> places;
@@ -951,10 +953,11 @@ BOOST_AUTO_TEST_CASE(what_a_writer_knows_of_a_file_is_what_the_file_holds) {
         done_when_full += is_full && error == 0 ? 1 : 0;
         std::map<std::string, format::Place, std::less<>> held;
         const std::string text = read_file(store_path());
-        format::Entries entries;
-        const format::Layout found = format::read_layout(text, entries);
+        format::Entries entries{std::string(text)};
+        const format::Layout found = format::read_layout(entries);
         format::Reader reader(text);
         for (format::Line line; reader.next(line);) {
+            format::judge(line);
             if (line.kind == format::Kind::entry) {
                 held[std::string(line.name)] = line.place;
             }

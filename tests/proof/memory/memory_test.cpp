@@ -459,6 +459,7 @@ BOOST_AUTO_TEST_CASE(what_needs_no_memory_works_without_it) {
     bool truth = false;
     double real = 0;
     zelva_core_settings_type type{};
+    BOOST_CHECK(zelva_core_settings_does_key_exist("json") && zelva_core_configuration_does_key_exist("json"));
     const std::vector<std::pair<const char*, std::function<bool()>>> calls{
         {"init", [] { return zelva_core_init() == 0; }},
         {"int", [&] { return zelva_core_settings_get_int_value("int", &number) == 0 && number == 7; }},
@@ -483,6 +484,24 @@ BOOST_AUTO_TEST_CASE(what_needs_no_memory_works_without_it) {
             bool is_right = false;
             BOOST_CHECK(!call_with_failure(1, [&, &call = call] { is_right = call(); }));
             BOOST_CHECK(is_right);
+        }
+    }
+}
+
+BOOST_AUTO_TEST_CASE(a_value_that_no_memory_is_found_to_judge_is_judged_later) {
+    for (const char* const key : {"json", "arrayofint", "arrayofstring"}) {
+        BOOST_TEST_CONTEXT(key) {
+            const OpenStore store(all_types());
+            zelva_core_settings_type type{};
+            check("type", [&] { return zelva_core_settings_get_type(key, &type); });
+            BOOST_CHECK(zelva_core_settings_does_key_exist(key));
+        }
+        BOOST_TEST_CONTEXT(key << ", exists") {
+            const OpenStore store(all_types());
+            bool exists = true;
+            BOOST_CHECK(call_with_failure(1, [&] { exists = zelva_core_settings_does_key_exist(key); }));
+            BOOST_CHECK(!exists);
+            BOOST_CHECK(zelva_core_settings_does_key_exist(key));
         }
     }
 }

@@ -162,6 +162,29 @@ BOOST_AUTO_TEST_CASE(several_threads_may_list_the_keys_of_a_store_that_was_just_
     }
 }
 
+BOOST_AUTO_TEST_CASE(several_threads_may_ask_first_for_the_same_values) {
+    std::string file = "json = J{\"a\":[1,2]}\ntext = Stext\n";
+    for (int i = 0; i < 100; ++i) {
+        file += "n" + std::to_string(i) + " = AI" + std::to_string(i) + ",2\n";
+    }
+    for (int round = 0; round < rounds / 10; ++round) {
+        const OpenStore store(file);
+        BOOST_CHECK_EQUAL(0, failures_in_threads(4, [](int, std::atomic<int>& failures) {
+                              char* text = nullptr;
+                              failures += zelva_core_settings_get_json_value("json", &text);
+                              failures += text != std::string("{ \"a\" : [ 1, 2 ] }") ? 1 : 0;
+                              std::free(text);
+                              for (int i = 0; i < 100; ++i) {
+                                  int** numbers = nullptr;
+                                  const std::string key = "n" + std::to_string(i);
+                                  failures += zelva_core_settings_get_arrayofint_value(key.c_str(), &numbers, nullptr);
+                                  failures += numbers != nullptr && *numbers[0] == i && *numbers[1] == 2 ? 0 : 1;
+                                  zelva_core_free_int_array(numbers);
+                              }
+                          }));
+    }
+}
+
 BOOST_AUTO_TEST_CASE(many_readers_do_not_keep_a_writer_waiting) {
     const OpenStore store("k = I1\n");
     std::atomic<bool> done{false};
