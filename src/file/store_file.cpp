@@ -83,6 +83,20 @@ void mark_dead_in(std::string& text, const format::Superseded& line) {
     }
 }
 
+/// Makes the batches count that a file's text holds, and marks all dead that is superseded.
+void mark_superseded_in(std::string& text, const std::vector<format::Superseded>& superseded) {
+    std::vector<format::Fix> fixes;
+    std::vector<format::Superseded> comments;
+    format::redo(text, fixes, comments);
+    for (const format::Superseded& comment : comments) {
+        text[comment.offset] = format::dead_mark;
+    }
+    // Among these may be the default of a key that could not be written, which no later line supersedes.
+    for (const format::Superseded& line : superseded) {
+        mark_dead_in(text, line);
+    }
+}
+
 bool is_all_but_padding(std::string_view text, std::string_view lines) {
     return value::begins_with(text, lines) && text.find_first_not_of('\n', lines.size()) == std::string_view::npos;
 }
@@ -472,16 +486,7 @@ Error StoreFile::rebuild(const format::Batch& batch, Purpose purpose, Applied& a
     if (const Error error = old.exists ? read_attributes(old.file, attributes) : Error()) {
         return error;
     }
-    std::vector<format::Fix> fixes;
-    std::vector<format::Superseded> comments;
-    format::redo(old.text, fixes, comments);
-    for (const format::Superseded& comment : comments) {
-        old.text[comment.offset] = format::dead_mark;
-    }
-    // Among these may be the default of a key that could not be written, which no later line supersedes.
-    for (const format::Superseded& line : layout_.superseded) {
-        mark_dead_in(old.text, line);
-    }
+    mark_superseded_in(old.text, layout_.superseded);
     std::string text = format::compacted(old.text, layout_.arranged_end, batch);
     if (purpose == Purpose::close && (!old.exists || is_all_but_padding(old.text, text))) {
         return error_of("", EALREADY);

@@ -30,22 +30,18 @@ constexpr bool is_array_type(Type type) {
     return type > ZELVA_CORE_SETTING_TYPE_DOUBLE;
 }
 
-const Value* pointer_in(std::uint64_t content) {
-    return reinterpret_cast<const Value*>(static_cast<std::uintptr_t>(content));
-}
-
-/// The bytes of a number, and back.
+/// The bytes of a number or a pointer, and back.
 template <class T>
-std::uint64_t bits_of(T number) {
+std::uint64_t bits_of(T what) {
     std::uint64_t bits = 0;
-    std::memcpy(&bits, &number, sizeof number);
+    std::memcpy(&bits, &what, sizeof what);
     return bits;
 }
 template <class T>
-T number_in(std::uint64_t bits) {
-    T number{};
-    std::memcpy(&number, &bits, sizeof number);
-    return number;
+T read_bits(std::uint64_t bits) {
+    T what{};
+    std::memcpy(&what, &bits, sizeof what);
+    return what;
 }
 
 }  // namespace
@@ -70,7 +66,7 @@ void Entries::Bucket::take(Bucket& other) {
 void Entries::Bucket::clear() {
     const State old = state();
     if (old == own_json || (old >= judged && is_array_type(static_cast<Type>(old - judged)))) {
-        delete pointer_in(content.load(std::memory_order_relaxed));
+        delete read_bits<const Value*>(content.load(std::memory_order_relaxed));
     }
     content.store(0, std::memory_order_relaxed);
     tag.store(empty, std::memory_order_relaxed);
@@ -155,7 +151,7 @@ Entries::State Entries::judge(Bucket& bucket) const {
             state = json != nullptr ? own_json : state;
             auto own = std::make_unique<const Value>(*std::move(value));
             std::uint64_t none = 0;
-            if (bucket.content.compare_exchange_strong(none, reinterpret_cast<std::uintptr_t>(own.get()))) {
+            if (bucket.content.compare_exchange_strong(none, bits_of(own.get()))) {
                 static_cast<void>(own.release());
             }
             content = bucket.content.load(std::memory_order_relaxed);
@@ -204,7 +200,7 @@ bool Entries::find(std::string_view key, Slot slot, Content& found) const {
     const std::uint64_t content = bucket->content.load(std::memory_order_relaxed);
     const std::uint32_t state = bucket->tag.load(std::memory_order_relaxed) & state_mask;
     if (state == own_json) {
-        found = Content(ZELVA_CORE_SETTING_TYPE_JSON, std::get<value::Json>(*pointer_in(content)).text);
+        found = Content(ZELVA_CORE_SETTING_TYPE_JSON, std::get<value::Json>(*read_bits<const Value*>(content)).text);
         return true;
     }
     const auto type = static_cast<Type>(state - judged);
@@ -214,16 +210,16 @@ bool Entries::find(std::string_view key, Slot slot, Content& found) const {
             found = Content(type, {text_.data() + (content >> 32U), static_cast<std::uint32_t>(content)});
             break;
         case ZELVA_CORE_SETTING_TYPE_INT:
-            found = Content(number_in<int>(content));
+            found = Content(read_bits<int>(content));
             break;
         case ZELVA_CORE_SETTING_TYPE_BOOL:
-            found = Content(number_in<bool>(content));
+            found = Content(read_bits<bool>(content));
             break;
         case ZELVA_CORE_SETTING_TYPE_DOUBLE:
-            found = Content(number_in<double>(content));
+            found = Content(read_bits<double>(content));
             break;
         default:
-            found = Content(pointer_in(content));
+            found = Content(read_bits<const Value*>(content));
     }
     return true;
 }

@@ -39,7 +39,7 @@ class Entries {
     std::optional<Place> add(std::string_view name);
 
     /// Finds a value. What is found lives until the next change.
-    bool find(std::string_view key, Slot slot, value::Content& content) const;
+    bool find(std::string_view key, Slot slot, value::Content& found) const;
     bool contains(std::string_view key, Slot slot) const;
 
     /// The line of an entry; nothing where there is none.
@@ -101,7 +101,7 @@ class Entries {
     static State judged_as(value::Type type);
     std::uint64_t place_of_text(std::string_view part) const;
     void make_room(std::size_t entries);
-    void remove(std::size_t bucket);
+    void remove(std::size_t hole);
     std::vector<std::uint32_t>::iterator sorted_place(std::string_view key);
     void sort();
     void keep_sorted(const Change& change, bool is_there, std::uint32_t offset);
