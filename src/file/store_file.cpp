@@ -498,7 +498,10 @@ Error StoreFile::rebuild(const format::Batch& batch, Purpose purpose, Applied& a
         return error_of("pwrite", EFBIG);
     }
     auto entries = std::make_shared<format::Entries>(std::move(text));
-    format::Layout layout = format::read_layout(*entries);
+    format::Layout layout;
+    if (purpose == Purpose::change) {
+        layout = format::read_layout(*entries);
+    }
     Replacement replacement(path_, std::move(attributes));
     const Error error = replace(replacement, old.exists ? &old.attributes : nullptr, purpose, entries->text(), layout);
     if (!error) {

@@ -47,8 +47,10 @@ T read_bits(std::uint64_t bits) {
 }  // namespace
 
 Entries::~Entries() {
-    for (std::size_t i = 0; i < size_; ++i) {
-        buckets_[i].clear();
+    for (const Table& table : tables_) {
+        for (std::size_t i = 0; i < table.size; ++i) {
+            table.buckets[i].clear();
+        }
     }
 }
 
@@ -72,50 +74,41 @@ void Entries::Bucket::clear() {
     tag.store(empty, std::memory_order_relaxed);
 }
 
-/// A key's two entries lie side by side.
-inline Entries::Name::Name(std::string_view key_, Slot slot_)
-    : key(key_), slot(slot_), hash((hash_of_name(key) << state_bits) ^ (slot == Slot::value ? 0U : 1U << state_bits)) {}
-
-std::size_t Entries::bucket_of(const Name& name) const {
-    std::size_t bucket = (name.hash >> state_bits) & (size_ - 1);
-    for (;; bucket = after(bucket)) {
-        const std::uint32_t tag = buckets_[bucket].tag.load(std::memory_order_relaxed);
-        if (tag == empty || ((tag & ~state_mask) == name.hash && is_at(buckets_[bucket].offset, name))) {
-            return bucket;
-        }
-    }
+inline std::size_t Entries::Table::home_of(std::uint32_t tag) const {
+    return (tag >> state_bits) & (size - 1);
 }
 
-inline bool Entries::is_at(std::uint32_t offset, const Name& name) const {
-    const std::size_t prefix = name.slot == Slot::value ? 0 : default_prefix.size();
-    if (text_.size() - offset <= prefix + name.key.size()) {
+inline bool Entries::is_at(std::uint32_t offset, std::string_view key, Slot slot) const {
+    const std::size_t prefix = slot == Slot::value ? 0 : default_prefix.size();
+    if (text_.size() - offset <= prefix + key.size()) {
         return false;
     }
-    const char* text = text_.data() + offset;
-    if (prefix > 0 && std::memcmp(text, default_prefix.data(), prefix) != 0) {
+    const char* text = text_.data() + offset + prefix;
+    if (std::memcmp(text, key.data(), key.size()) != 0) {
         return false;
     }
-    text += prefix;
-    if (std::memcmp(text, name.key.data(), name.key.size()) != 0) {
-        return false;
-    }
-    text += name.key.size();
+    text += key.size();
     while (value::is_blank(*text)) {
         ++text;  // at the end of the text there is a NUL
     }
     // What ends in a blank, or holds a '=', is no name.
-    return *text == '=' && name.key.find('=') == std::string_view::npos &&
-           (name.key.empty() || !value::is_blank(name.key.back()));
+    return *text == '=' && key.find('=') == std::string_view::npos && (key.empty() || !value::is_blank(key.back()));
+}
+
+Entries::Bucket& Entries::bucket_of(std::string_view key, Slot slot) const {
+    const Table& in = table(slot);
+    const std::uint32_t hash = hash_of_name(key) << state_bits;
+    for (std::size_t i = in.home_of(hash);; i = in.after(i)) {
+        const std::uint32_t tag = in.buckets[i].tag.load(std::memory_order_relaxed);
+        if (tag == empty || ((tag & ~state_mask) == hash && is_at(in.buckets[i].offset, key, slot))) {
+            return in.buckets[i];
+        }
+    }
 }
 
 std::string_view Entries::line_at(std::uint32_t offset) const {
     const std::string_view text(text_);
     return text.substr(offset, text.find('\n', offset) - offset);
-}
-
-std::string_view Entries::name_at(std::uint32_t offset) const {
-    const std::string_view text(text_);
-    return value::without_trailing_blanks(text.substr(offset, text.find('=', offset) - offset));
 }
 
 /// The line of the name that lies there.
@@ -175,25 +168,25 @@ bool Entries::is_judged_valid(Bucket& bucket) const {
     return (state == unjudged ? judge(bucket) : state) > invalid;
 }
 
-inline Entries::Bucket* Entries::find(const Name& name) const {
-    if (size_ == 0) {
+inline Entries::Bucket* Entries::find(std::string_view key, Slot slot) const {
+    if (table(slot).size == 0) {
         return nullptr;
     }
-    Bucket& bucket = buckets_[bucket_of(name)];
+    Bucket& bucket = bucket_of(key, slot);
     return is_judged_valid(bucket) ? &bucket : nullptr;
 }
 
 bool Entries::contains(std::string_view key, Slot slot) const {
-    return find(Name(key, slot)) != nullptr;
+    return find(key, slot) != nullptr;
 }
 
 std::optional<Place> Entries::place_of(std::string_view key, Slot slot) const {
-    const Bucket* const bucket = find(Name(key, slot));
+    const Bucket* const bucket = find(key, slot);
     return bucket != nullptr ? std::optional(place_at(bucket->offset)) : std::nullopt;
 }
 
 bool Entries::find(std::string_view key, Slot slot, Content& found) const {
-    const Bucket* const bucket = find(Name(key, slot));
+    const Bucket* const bucket = find(key, slot);
     if (bucket == nullptr) {
         return false;
     }
@@ -219,49 +212,60 @@ bool Entries::find(std::string_view key, Slot slot, Content& found) const {
             found = Content(read_bits<double>(content));
             break;
         default:
-            found = Content(read_bits<const Value*>(content));
+            found = Content(type, read_bits<const Value*>(content));
     }
     return true;
 }
 
-std::size_t Entries::home_of(const Bucket& bucket) const {
-    return (bucket.tag.load(std::memory_order_relaxed) >> state_bits) & (size_ - 1);
-}
-
-/// So that so many entries have room in the table.
-void Entries::make_room(std::size_t entries) {
+/// So that so many entries have room.
+void Entries::Table::make_room(std::size_t entries) {
     constexpr std::size_t smallest = 16;
-    std::size_t size = std::max(size_, smallest);
-    while (size / 4 * 3 < entries) {
-        size *= 2;
+    std::size_t new_size = std::max(size, smallest);
+    while (new_size / 5 * 4 < entries) {
+        new_size *= 2;
     }
-    if (size == size_) {
+    if (new_size == size) {
         return;
     }
-    const std::unique_ptr<Bucket[]> old = std::exchange(buckets_, std::make_unique<Bucket[]>(size));
-    const std::size_t old_size = std::exchange(size_, size);
+    const std::unique_ptr<Bucket[]> old = std::exchange(buckets, std::make_unique<Bucket[]>(new_size));
+    const std::size_t old_size = std::exchange(size, new_size);
     for (std::size_t i = 0; i < old_size; ++i) {
         if (old[i].state() != empty) {
-            std::size_t bucket = home_of(old[i]);
-            while (buckets_[bucket].state() != empty) {
+            std::size_t bucket = home_of(old[i].tag.load(std::memory_order_relaxed));
+            while (buckets[bucket].state() != empty) {
                 bucket = after(bucket);
             }
-            buckets_[bucket].take(old[i]);
+            buckets[bucket].take(old[i]);
+        }
+    }
+}
+
+void Entries::Table::remove(std::size_t hole) {
+    buckets[hole].clear();
+    --count;
+    for (std::size_t next = after(hole); buckets[next].state() != empty; next = after(next)) {
+        // An entry must be found without passing an empty bucket.
+        const std::size_t home = home_of(buckets[next].tag.load(std::memory_order_relaxed));
+        const bool is_between = hole <= next ? hole < home && home <= next : hole < home || home <= next;
+        if (!is_between) {
+            buckets[std::exchange(hole, next)].take(buckets[next]);
         }
     }
 }
 
 std::optional<Place> Entries::add(std::string_view name) {
     constexpr std::size_t usual_line = 48;
-    if (count_ == most_entries()) {
-        make_room(size_ == 0 ? text_.size() / usual_line : count_ + 1);
+    const auto [key, slot] = parse_name(name);
+    Table& in = table(slot);
+    if (in.count == in.most_entries()) {
+        // Mostly each key has a default.
+        in.make_room(in.size == 0 ? text_.size() / (2 * usual_line) : in.count + 1);
     }
-    const Name wanted(name);
-    Bucket& bucket = buckets_[bucket_of(wanted)];
+    Bucket& bucket = bucket_of(key, slot);
     const auto offset = static_cast<std::uint32_t>(name.data() - text_.data());
     std::optional<Place> superseded;
     if (bucket.state() == empty) {
-        ++count_;
+        ++in.count;
     } else {
         Bucket later;
         later.offset = offset;
@@ -276,7 +280,7 @@ std::optional<Place> Entries::add(std::string_view name) {
         bucket.clear();
     }
     bucket.offset = offset;
-    bucket.tag.store(wanted.hash | unjudged, std::memory_order_relaxed);
+    bucket.tag.store(hash_of_name(key) << state_bits | unjudged, std::memory_order_relaxed);
     return superseded;
 }
 
@@ -290,69 +294,61 @@ void Entries::prepare(const Batch& batch, std::size_t text_size) {
     if (text_size > text_.capacity()) {
         text_.reserve(std::max(text_size, text_.size() + text_.size() / 2));
     }
-    make_room(count_ + batch.size());
+    for (Table& table : tables_) {
+        table.make_room(table.count + batch.size());
+    }
     if (is_sorted_ && sorted_.capacity() < sorted_.size() + batch.size()) {
         sorted_.reserve(2 * sorted_.size() + batch.size());
     }
 }
 
 void Entries::put(const Change& change, Place place) noexcept {
-    if (size_ == 0) {
+    const auto [key, slot] = parse_name(change.name);
+    Table& in = table(slot);
+    if (in.size == 0) {
         return;  // there is nothing to remove
     }
-    const Name name(change.name);
-    const std::size_t index = bucket_of(name);
-    Bucket& bucket = buckets_[index];
-    if (name.slot == Slot::value) {
+    Bucket& bucket = bucket_of(key, slot);
+    if (slot == Slot::value) {
         keep_sorted(change, is_judged_valid(bucket), place.offset);
     }
     if (!change.gives_value()) {
         if (bucket.state() != empty) {
-            remove(index);
+            in.remove(static_cast<std::size_t>(&bucket - in.buckets.get()));
         }
         return;
     }
     text_.resize(std::max<std::size_t>(text_.size(), place.offset + place.size), '\n');
     text_.replace(place.offset, place.size, change.line);
-    count_ += bucket.state() == empty ? 1 : 0;
+    in.count += bucket.state() == empty ? 1 : 0;
     bucket.clear();
     bucket.offset = place.offset;
-    bucket.tag.store(name.hash | unjudged, std::memory_order_relaxed);
-}
-
-void Entries::remove(std::size_t hole) {
-    buckets_[hole].clear();
-    --count_;
-    for (std::size_t next = after(hole); buckets_[next].state() != empty; next = after(next)) {
-        // An entry must be found without passing an empty bucket.
-        const std::size_t home = home_of(buckets_[next]);
-        const bool is_between = hole <= next ? hole < home && home <= next : hole < home || home <= next;
-        if (!is_between) {
-            buckets_[std::exchange(hole, next)].take(buckets_[next]);
-        }
-    }
+    bucket.tag.store(hash_of_name(key) << state_bits | unjudged, std::memory_order_relaxed);
 }
 
 bool Entries::has_keys() const {
-    return std::any_of(buckets_.get(), buckets_.get() + size_, [this](Bucket& bucket) {
-        return bucket.state() != empty && !is_default_name(name_at(bucket.offset)) && is_judged_valid(bucket);
-    });
+    const Table& values = table(Slot::value);
+    return std::any_of(values.buckets.get(), values.buckets.get() + values.size,
+                       [this](Bucket& bucket) { return is_judged_valid(bucket); });
 }
 
-std::vector<std::uint32_t>::iterator Entries::sorted_place(std::string_view key) {
+std::vector<Entries::Name>::iterator Entries::sorted_place(std::string_view key) {
     return std::lower_bound(sorted_.begin(), sorted_.end(), key,
-                            [this](std::uint32_t name, std::string_view other) { return name_at(name) < other; });
+                            [this](const Name& name, std::string_view other) { return text_of(name) < other; });
 }
 
 void Entries::sort() {
-    for (std::size_t i = 0; i < size_; ++i) {
-        Bucket& bucket = buckets_[i];
-        if (bucket.state() != empty && !is_default_name(name_at(bucket.offset)) && is_judged_valid(bucket)) {
-            sorted_.push_back(bucket.offset);
+    const Table& values = table(Slot::value);
+    sorted_.reserve(values.count);
+    for (std::size_t i = 0; i < values.size; ++i) {
+        Bucket& bucket = values.buckets[i];
+        if (is_judged_valid(bucket)) {
+            const std::string_view name = *name_in(line_at(bucket.offset));
+            sorted_.push_back({bucket.offset, static_cast<std::uint32_t>(name.size())});
         }
     }
     std::sort(sorted_.begin(), sorted_.end(),
-              [this](std::uint32_t left, std::uint32_t right) { return name_at(left) < name_at(right); });
+              [this](const Name& left, const Name& right) { return text_of(left) < text_of(right); });
     is_sorted_ = true;
 }
 
@@ -362,11 +358,10 @@ void Entries::list(std::string_view prefix, value::FunctionRef<void(std::string_
         sort();
     }
     for (auto place = sorted_place(prefix); place != sorted_.end(); ++place) {
-        const std::string_view name = name_at(*place);
-        if (!value::begins_with(name, prefix)) {
+        if (!value::begins_with(text_of(*place), prefix)) {
             return;
         }
-        visit(name);
+        visit(text_of(*place));
     }
 }
 
@@ -376,14 +371,12 @@ void Entries::keep_sorted(const Change& change, bool is_there, std::uint32_t off
         return;
     }
     const auto place = sorted_place(change.name);
-    if (!is_there) {
-        if (change.gives_value()) {
-            sorted_.insert(place, offset);
-        }
-    } else if (change.gives_value()) {
-        *place = offset;
-    } else {
+    if (is_there && !change.gives_value()) {
         sorted_.erase(place);
+    } else if (is_there) {
+        place->offset = offset;
+    } else if (change.gives_value()) {
+        sorted_.insert(place, {offset, static_cast<std::uint32_t>(change.name.size())});
     }
 }
 

@@ -4,6 +4,7 @@
 // which of the two counts: to judge all of them takes most of the time that opening takes (measured with 10,000 keys).
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -61,8 +62,7 @@ class Entries {
   private:
     enum State : std::uint32_t;
 
-    /// An entry in a hash table with open addressing: it is in the bucket that its hash tells, or in one of those that
-    /// follow without an empty one between. With the text, a get waits for two cache lines.
+    /// An entry. With the text, a get waits for two cache lines.
     struct Bucket {
         std::atomic<std::uint32_t> tag{0};      // hash and state; 0 for an empty bucket
         std::uint32_t offset = 0;               // of the name in the text
@@ -73,26 +73,34 @@ class Entries {
         void clear();
     };
 
-    /// What an entry is looked up by.
-    struct Name {
-        Name(std::string_view key, Slot slot);
-        explicit Name(std::string_view name) : Name(parse_name(name).key, parse_name(name).slot) {}
+    /// A hash table with open addressing: an entry is in the bucket that its hash tells, or in one of those that follow
+    /// without an empty one between. Values and defaults have one each, since defaults are seldom read.
+    struct Table {
+        std::size_t most_entries() const { return size / 5 * 4; }
+        std::size_t home_of(std::uint32_t tag) const;
+        std::size_t after(std::size_t bucket) const { return (bucket + 1) & (size - 1); }
+        void make_room(std::size_t entries);
+        void remove(std::size_t hole);
 
-        std::string_view key;
-        Slot slot;
-        std::uint32_t hash;
+        std::unique_ptr<Bucket[]> buckets;
+        std::size_t size = 0;   // 0, or a power of two
+        std::size_t count = 0;  // of buckets that are in use
     };
 
-    std::size_t most_entries() const { return size_ / 4 * 3; }
-    std::size_t after(std::size_t bucket) const { return (bucket + 1) & (size_ - 1); }
-    std::size_t home_of(const Bucket& bucket) const;
+    /// A key's name in the text.
+    struct Name {
+        std::uint32_t offset;
+        std::uint32_t size;
+    };
 
-    /// The bucket of an entry, or the empty one where it would be.
-    std::size_t bucket_of(const Name& name) const;
+    Table& table(Slot slot) { return tables_[static_cast<std::size_t>(slot)]; }
+    const Table& table(Slot slot) const { return tables_[static_cast<std::size_t>(slot)]; }
+
+    /// The bucket of an entry, or the empty one where it would be. REQUIRES: the table is not empty.
+    Bucket& bucket_of(std::string_view key, Slot slot) const;
     /// The bucket of an entry with a value; nullptr where there is none.
-    Bucket* find(const Name& name) const;
-    bool is_at(std::uint32_t offset, const Name& name) const;
-    std::string_view name_at(std::uint32_t offset) const;
+    Bucket* find(std::string_view key, Slot slot) const;
+    bool is_at(std::uint32_t offset, std::string_view key, Slot slot) const;
     std::string_view line_at(std::uint32_t offset) const;
     Place place_at(std::uint32_t offset) const;
 
@@ -100,18 +108,16 @@ class Entries {
     State judge(Bucket& bucket) const;
     static State judged_as(value::Type type);
     std::uint64_t place_of_text(std::string_view part) const;
-    void make_room(std::size_t entries);
-    void remove(std::size_t hole);
-    std::vector<std::uint32_t>::iterator sorted_place(std::string_view key);
+
+    std::string_view text_of(const Name& name) const { return std::string_view(text_).substr(name.offset, name.size); }
+    std::vector<Name>::iterator sorted_place(std::string_view key);
     void sort();
     void keep_sorted(const Change& change, bool is_there, std::uint32_t offset);
 
     std::string text_;
-    std::unique_ptr<Bucket[]> buckets_;
-    std::size_t size_ = 0;   // of the table: 0, or a power of two
-    std::size_t count_ = 0;  // of its buckets that are in use; three in four at most
+    std::array<Table, 2> tables_;
     bool is_sorted_ = false;
-    std::vector<std::uint32_t> sorted_;  // the names of all keys, once there has been a list
+    std::vector<Name> sorted_;  // all keys, once there has been a list
 };
 
 }  // namespace zelva::format

@@ -84,7 +84,8 @@ inline std::uint32_t hash_of_name(std::string_view name) {
         add(word_at(0, std::uint8_t{}) << 16U | word_at(size / 2, std::uint8_t{}) << 8U |
             word_at(size - 1, std::uint8_t{}));
     }
-    return static_cast<std::uint32_t>(hash);
+    // The last bytes of a word have come to the highest bits of the product alone.
+    return static_cast<std::uint32_t>(hash * 0x9E3779B97F4A7C15U >> 32U);
 }
 
 /// Whether an entry that is written under this name is read back under it: the name is not empty, holds no '=', no line

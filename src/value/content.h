@@ -25,8 +25,8 @@ class Content {
     explicit Content(double real) : type_(type_for<double>), real_(real) {}
     /// A string, or a canonical JSON text.
     Content(Type type, std::string_view text) : type_(type), text_(text) {}
-    /// An array.
-    explicit Content(const Value* array) : type_(type_of(*array)), array_(array) {}
+    /// An array, of this type.
+    Content(Type type, const Value* array) : type_(type), array_(array) {}
 
     Type type() const { return type_; }
 
