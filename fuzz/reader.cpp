@@ -57,6 +57,10 @@ Layout check_read(const std::string& text, const File& file) {
     for (zelva::format::Line line; reader.next(line);) {
         zelva::format::judge(line);
         lines += line.kind == Kind::entry ? 1 : 0;
+        if (line.kind == Kind::no_value && file.entries.count(std::string(line.name)) == 0) {
+            const auto [key, slot] = zelva::format::parse_name(line.name);
+            CHECK(!entries.contains(key, slot) && !entries.place_of(key, slot));
+        }
         CHECK(line.place.offset == end && line.number == ++number && line.column <= line.text.size());
         end += line.place.size;
     }
