@@ -190,16 +190,6 @@ void write_value(const Value& value, std::string& out) {
         value);
 }
 
-bool is_same(const Value& left, const Value& right) {
-    if (!(left == right)) {
-        return false;
-    }
-    std::string texts[2];
-    write_value(left, texts[0]);
-    write_value(right, texts[1]);
-    return texts[0] == texts[1];
-}
-
 bool is_storable(const Value& value) {
     return std::visit([](const auto& typed) { return TextOf<decltype(typed)>::is_storable(typed); }, value);
 }

@@ -26,9 +26,6 @@ std::optional<Value> read_value(std::string_view text);
 /// Appends tag and text of a value, so that read_value reads an equal value. REQUIRES: is_storable(value).
 void write_value(const Value& value, std::string& out);
 
-/// Whether two values have the same text. 0 and -0, which are equal, have not.
-bool is_same(const Value& left, const Value& right);
-
 /// Whether the value can be written on one line and read back unchanged.
 bool is_storable(const Value& value);
 
