@@ -44,6 +44,10 @@ T read_bits(std::uint64_t bits) {
     return what;
 }
 
+const Value* value_in(std::uint64_t content) {
+    return static_cast<const Value*>(read_bits<const void*>(content));
+}
+
 }  // namespace
 
 Entries::~Entries() {
@@ -68,7 +72,7 @@ void Entries::Bucket::take(Bucket& other) {
 void Entries::Bucket::clear() {
     const State old = state();
     if (old == own_json || (old >= judged && is_array_type(static_cast<Type>(old - judged)))) {
-        delete read_bits<const Value*>(content.load(std::memory_order_relaxed));
+        delete value_in(content.load(std::memory_order_relaxed));
     }
     content.store(0, std::memory_order_relaxed);
     tag.store(empty, std::memory_order_relaxed);
@@ -144,7 +148,7 @@ Entries::State Entries::judge(Bucket& bucket) const {
             state = json != nullptr ? own_json : state;
             auto own = std::make_unique<const Value>(*std::move(value));
             std::uint64_t none = 0;
-            if (bucket.content.compare_exchange_strong(none, bits_of(own.get()))) {
+            if (bucket.content.compare_exchange_strong(none, bits_of<const void*>(own.get()))) {
                 static_cast<void>(own.release());
             }
             content = bucket.content.load(std::memory_order_relaxed);
@@ -193,7 +197,7 @@ bool Entries::find(std::string_view key, Slot slot, Content& found) const {
     const std::uint64_t content = bucket->content.load(std::memory_order_relaxed);
     const std::uint32_t state = bucket->tag.load(std::memory_order_relaxed) & state_mask;
     if (state == own_json) {
-        found = Content(ZELVA_CORE_SETTING_TYPE_JSON, std::get<value::Json>(*read_bits<const Value*>(content)).text);
+        found = Content(ZELVA_CORE_SETTING_TYPE_JSON, std::get<value::Json>(*value_in(content)).text);
         return true;
     }
     const auto type = static_cast<Type>(state - judged);
@@ -212,7 +216,7 @@ bool Entries::find(std::string_view key, Slot slot, Content& found) const {
             found = Content(read_bits<double>(content));
             break;
         default:
-            found = Content(type, read_bits<const Value*>(content));
+            found = Content(type, value_in(content));
     }
     return true;
 }
