@@ -1,7 +1,8 @@
 // The entries of a settings file, by key: an index of its text.
 //
 // A value is judged when it is first asked for, or when a second line of its name comes, since only then does it matter
-// which of the two counts: to judge all of them takes most of the time that opening takes (measured with 10,000 keys).
+// which of the two counts. Opening takes two thirds of the time that it took with records and all values judged
+// (measured with 10,000 keys).
 #pragma once
 
 #include <array>

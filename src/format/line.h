@@ -43,7 +43,7 @@ struct Entry {
 };
 
 /// Reads a line, given without its line feed, into `entry`. Where the line is none, only its kind and column hold. The
-/// value is not judged: that takes most of the time, and mostly nobody asks for it. REQUIRES: it holds no NUL.
+/// value is not judged: mostly nobody asks for it. REQUIRES: it holds no NUL.
 void read_line(std::string_view line, Entry& entry);
 
 /// Judges the value of what looks like an entry: without a value it is none.
@@ -60,7 +60,7 @@ std::string line_of(std::string_view name, const value::Value& value);
 std::optional<std::string_view> name_in(std::string_view line);
 
 /// Tells a name from most others. A multiplication for each eight bytes, inline: the standard library's takes twice as
-/// long for a usual name.
+/// many instructions for a usual name.
 inline std::uint32_t hash_of_name(std::string_view name) {
     const char* const bytes = name.data();
     const std::size_t size = name.size();
